@@ -1,0 +1,54 @@
+#include "shell/core/output.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+
+#include "shell/core/shell_state.h"
+
+void log_line(const char* text) {
+    if (!shell.log_enabled || !shell.log_file) return;
+    std::fputs(text, shell.log_file);
+    std::fputc('\n', shell.log_file);
+    std::fflush(shell.log_file);
+}
+
+void send_line(const char* text) {
+    std::fputs(text, stdout);
+    std::fputc('\n', stdout);
+    std::fflush(stdout);
+    log_line(text);
+}
+
+void send_linef(const char* format, ...) {
+    char line[8192];
+    va_list args;
+    va_start(args, format);
+    std::vsnprintf(line, sizeof line, format, args);
+    va_end(args);
+    send_line(line);
+}
+
+void print_unlogged(const char* text) {
+    std::fputs(text, stdout);
+    std::fputc('\n', stdout);
+    std::fflush(stdout);
+}
+
+bool open_log_file() {
+    static const char* const name = "vorn.log";
+    if (std::remove(name) != 0 && errno != ENOENT) {
+        // An existing log we may not delete: run without one.
+        std::fputs("log file in use\n\n", stdout);
+        std::fflush(stdout);
+        shell.log_file = nullptr;
+        return false;
+    }
+    shell.log_file = std::fopen(name, "w");
+    return shell.log_file != nullptr;
+}
+
+void close_log_file() {
+    if (shell.log_file) std::fclose(shell.log_file);
+    shell.log_file = nullptr;
+}
