@@ -1,0 +1,260 @@
+#!/usr/bin/env python3
+"""Plays games between two UCI engines under a real clock and referees them.
+
+Legality, check and game end are decided by a third engine used only as an
+oracle ("go perft 1" lists the legal moves, "d" shows the FEN and checkers),
+so the referee shares no code with either player. Every illegal move, crash,
+time forfeit and protocol stall is counted and reported.
+
+Example:
+  scripts/uci_match.py --engine build/vorn --opponent /usr/games/glaurung \
+      --games 200 --time 10 --inc 0.1 --concurrency 2
+"""
+import argparse
+import os
+import queue
+import select
+import subprocess
+import sys
+import threading
+import time
+import zipfile
+
+START_FEN = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1"
+
+
+class Engine:
+    def __init__(self, cmd, name, options):
+        self.name = name
+        self.proc = subprocess.Popen(cmd, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                     stderr=subprocess.DEVNULL, text=True, bufsize=1,
+                                     cwd=os.environ.get("MATCH_WORKDIR", "/tmp"))
+        self.lines = queue.Queue()
+        threading.Thread(target=self._pump, daemon=True).start()
+        self.send("uci")
+        self.wait_for("uciok", 10)
+        for key, value in options:
+            self.send(f"setoption name {key} value {value}")
+        self.ready(10)
+
+    def _pump(self):
+        for line in self.proc.stdout:
+            self.lines.put(line.rstrip("\n"))
+        self.lines.put(None)
+
+    def send(self, text):
+        try:
+            self.proc.stdin.write(text + "\n")
+            self.proc.stdin.flush()
+        except (BrokenPipeError, OSError):
+            pass
+
+    def wait_for(self, prefix, timeout):
+        """Returns (line, seconds) of the first line starting with prefix, or (None, ...)."""
+        start = time.monotonic()
+        while True:
+            left = timeout - (time.monotonic() - start)
+            if left <= 0:
+                return None, time.monotonic() - start
+            try:
+                line = self.lines.get(timeout=left)
+            except queue.Empty:
+                return None, time.monotonic() - start
+            if line is None:
+                return None, time.monotonic() - start
+            if line.startswith(prefix):
+                return line, time.monotonic() - start
+
+    def ready(self, timeout):
+        self.send("isready")
+        line, _ = self.wait_for("readyok", timeout)
+        return line is not None
+
+    def close(self):
+        self.send("quit")
+        try:
+            self.proc.wait(2)
+        except subprocess.TimeoutExpired:
+            self.proc.kill()
+        return self.proc.returncode
+
+
+class Referee:
+    """Answers legality questions through the oracle engine."""
+
+    def __init__(self, cmd):
+        self.proc = subprocess.Popen([cmd], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                     stderr=subprocess.DEVNULL, text=True, bufsize=1)
+        self._ask("uci", "uciok")
+
+    def _ask(self, command, last_prefix):
+        self.proc.stdin.write(command + "\n")
+        self.proc.stdin.flush()
+        out = []
+        while True:
+            line = self.proc.stdout.readline()
+            if not line:
+                raise RuntimeError("referee died")
+            line = line.rstrip("\n")
+            out.append(line)
+            if line.startswith(last_prefix):
+                return out
+
+    def state(self, fen, moves):
+        pos = f"position fen {fen}" + (" moves " + " ".join(moves) if moves else "")
+        self.proc.stdin.write(pos + "\n")
+        legal = [l.split(":")[0] for l in self._ask("go perft 1", "Nodes searched") if ": " in l
+                 and not l.startswith("Nodes")]
+        info = self._ask("d", "Checkers")
+        cur = next(l[5:] for l in info if l.startswith("Fen: "))
+        checkers = next(l for l in info if l.startswith("Checkers")).split(":", 1)[1].strip()
+        return set(legal), cur, bool(checkers)
+
+    def close(self):
+        self.proc.stdin.write("quit\n")
+        self.proc.stdin.flush()
+        self.proc.wait()
+
+
+def insufficient(fen):
+    pieces = [c for c in fen.split()[0] if c.isalpha() and c not in "Kk"]
+    return not pieces or (len(pieces) == 1 and pieces[0] in "NBnb")
+
+
+def play_game(args, opening, engine_white, referee, stats):
+    players = {}
+    players[True] = Engine([args.engine], "vorn", args.engine_option)
+    players[False] = Engine([args.opponent], "opponent", args.opponent_option)
+    if not engine_white:
+        players[True], players[False] = players[False], players[True]
+    fen = opening.get("fen", START_FEN)
+    moves = list(opening.get("moves", []))
+    clock = {True: args.time, False: args.time}
+    seen = {}
+    for e in players.values():
+        e.send("ucinewgame")
+        e.ready(10)
+    result, reason = None, None
+    while result is None:
+        legal, cur, in_check = referee.state(fen, moves)
+        white = cur.split()[1] == "w"
+        key = " ".join(cur.split()[:4])
+        seen[key] = seen.get(key, 0) + 1
+        if not legal:
+            result, reason = ("0-1" if white else "1-0", "mate") if in_check else ("1/2-1/2", "stalemate")
+            break
+        if seen[key] >= 3:
+            result, reason = "1/2-1/2", "repetition"
+            break
+        if int(cur.split()[4]) >= 100:
+            result, reason = "1/2-1/2", "fifty moves"
+            break
+        if insufficient(cur):
+            result, reason = "1/2-1/2", "material"
+            break
+        mover = players[white]
+        pos = f"position fen {fen}" + (" moves " + " ".join(moves) if moves else "")
+        mover.send(pos)
+        mover.send(f"go wtime {int(clock[True]*1000)} btime {int(clock[False]*1000)} "
+                   f"winc {int(args.inc*1000)} binc {int(args.inc*1000)}")
+        line, used = mover.wait_for("bestmove", clock[white] + 5.0)
+        clock[white] -= used
+        if line is None:
+            crashed = mover.proc.poll() is not None
+            stats["crashes" if crashed else "stalls"][mover.name] += 1
+            result, reason = ("0-1" if white else "1-0"), ("crash" if crashed else "no bestmove")
+            break
+        if clock[white] < 0:
+            stats["forfeits"][mover.name] += 1
+            result, reason = ("0-1" if white else "1-0"), "time forfeit"
+            break
+        clock[white] += args.inc
+        move = line.split()[1] if len(line.split()) > 1 else ""
+        if move not in legal:
+            stats["illegal"][mover.name] += 1
+            print(f"ILLEGAL by {mover.name}: {move!r} in {cur}", flush=True)
+            result, reason = ("0-1" if white else "1-0"), "illegal move"
+            break
+        moves.append(move)
+        if len(moves) > 600:
+            result, reason = "1/2-1/2", "move cap"
+    for e in players.values():
+        code = e.close()
+        if code not in (0, None):
+            stats["bad_exit"][e.name] += 1
+    score = {"1-0": 1.0, "0-1": 0.0, "1/2-1/2": 0.5}[result]
+    return score if engine_white else 1.0 - score, reason, len(moves)
+
+
+def load_openings(path, count):
+    openings = []
+    if path and os.path.exists(path):
+        opener = zipfile.ZipFile(path) if path.endswith(".zip") else None
+        names = opener.namelist() if opener else [path]
+        for name in names:
+            data = opener.read(name).decode() if opener else open(name).read()
+            for line in data.splitlines():
+                fields = line.split()
+                if len(fields) >= 4:
+                    openings.append({"fen": " ".join(fields[:4]) + " 0 1"})
+                if len(openings) >= count:
+                    return openings
+    return openings or [{"fen": START_FEN}]
+
+
+def main():
+    ap = argparse.ArgumentParser()
+    ap.add_argument("--engine", required=True)
+    ap.add_argument("--opponent", required=True)
+    ap.add_argument("--referee", default="/usr/games/stockfish")
+    ap.add_argument("--games", type=int, default=10)
+    ap.add_argument("--time", type=float, default=10.0)
+    ap.add_argument("--inc", type=float, default=0.1)
+    ap.add_argument("--concurrency", type=int, default=1)
+    ap.add_argument("--openings", default=os.path.join(os.path.dirname(__file__),
+                                                        "../../shared/books/noob_3moves.epd.zip"))
+    ap.add_argument("--engine-option", nargs=2, action="append", default=[])
+    ap.add_argument("--opponent-option", nargs=2, action="append", default=[])
+    args = ap.parse_args()
+
+    openings = load_openings(args.openings, (args.games + 1) // 2)
+    stats = {k: {"vorn": 0, "opponent": 0} for k in
+             ("illegal", "forfeits", "crashes", "stalls", "bad_exit")}
+    results = []
+    jobs = queue.Queue()
+    for g in range(args.games):
+        jobs.put((g, openings[(g // 2) % len(openings)], g % 2 == 0))
+    lock = threading.Lock()
+
+    def worker():
+        referee = Referee(args.referee)
+        while True:
+            try:
+                g, opening, white = jobs.get_nowait()
+            except queue.Empty:
+                break
+            score, reason, plies = play_game(args, opening, white, referee, stats)
+            with lock:
+                results.append(score)
+                print(f"game {g + 1}: vorn {'white' if white else 'black'} "
+                      f"score {score} ({reason}, {plies} plies)", flush=True)
+        referee.close()
+
+    workers = [threading.Thread(target=worker) for _ in range(args.concurrency)]
+    for w in workers:
+        w.start()
+    for w in workers:
+        w.join()
+    wins = results.count(1.0)
+    draws = results.count(0.5)
+    losses = results.count(0.0)
+    print(f"games {len(results)}: vorn +{wins} ={draws} -{losses}")
+    for k, v in stats.items():
+        print(f"{k}: vorn {v['vorn']}, opponent {v['opponent']}")
+    bad = stats["illegal"]["vorn"] + stats["forfeits"]["vorn"] + stats["crashes"]["vorn"] \
+        + stats["stalls"]["vorn"] + stats["bad_exit"]["vorn"]
+    return 1 if bad else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
