@@ -1,0 +1,32 @@
+#pragma once
+// Making and unmaking moves, null moves, and the legality and check tests.
+
+#include "board/position.h"
+#include "board/types.h"
+
+// Castling rights lost when a move starts or ends on a square.
+extern const uint8_t castle_mask[64];
+constexpr int pawn_step[2] = {8, -8};
+
+// Called by make_move before the move is made when set (the search trace);
+// null otherwise.
+using MoveTraceHook = void (*)(const Position& pos, Move move);
+extern MoveTraceHook move_trace_hook;
+
+// Plays a pseudo-legal move of the side to move; the owner's history grows by
+// one entry (the caller keeps history_count below kMaxHistory).
+void make_move(Position& pos, Move move);
+void unmake_move(Position& pos);
+void make_null_move(Position& pos);
+void unmake_null_move(Position& pos);
+
+// True when the pseudo-legal move of `side` leaves its king unattacked;
+// false for move 0. The position is not changed.
+bool is_legal(const Position& pos, int side, Move move);
+
+// 0 no check, 1 the moved (or promoted) piece attacks the enemy king,
+// 2 the move uncovers an attack by another piece.
+int gives_check(const Position& pos, int side, const MoveEntry& entry);
+
+// True when the king of `side` is attacked.
+bool in_check(const Position& pos, int side);

@@ -1,0 +1,98 @@
+#pragma once
+// The position record, the move history that belongs to a thread block, the
+// hash keys, and conversion from and to FEN text.
+
+#include <cstddef>
+#include <cstdint>
+
+#include "board/types.h"
+
+// State before a move, enough to unmake it and to find repetitions.
+struct HistoryEntry {
+    uint16_t move;
+    uint8_t captured;     // type of the piece taken on the to-square, 0 if none
+    uint8_t ep_square;
+    uint8_t fifty_count;
+    uint8_t castling;
+    uint64_t hash_key;
+    uint64_t pawn_key;
+};
+
+constexpr int kMaxHistory = 800;
+// Longest game the shell accepts, so that a search of up to 128 plies on top
+// of it still fits in the history.
+constexpr int kMaxSearchPlies = 128;
+constexpr int kGameHistoryLimit = kMaxHistory - kMaxSearchPlies;
+
+// The part of a thread block the board works with; the search's thread block
+// derives from it.
+struct BoardHistory {
+    HistoryEntry history[kMaxHistory];
+    int16_t history_count = 0;  // entries in use; the one below is the last move
+    int16_t ply = 1;            // 1 at a freshly set position
+    uint16_t last_move = 0;     // move that led here, 0 if none
+};
+
+// Castling rights bits.
+constexpr uint8_t kCastleWhiteKing = 1;
+constexpr uint8_t kCastleWhiteQueen = 2;
+constexpr uint8_t kCastleBlackKing = 4;
+constexpr uint8_t kCastleBlackQueen = 8;
+
+// Each square list holds at most this many squares plus the end mark 64.
+constexpr int kPieceListSize = 10;
+constexpr int kMaxPiecesPerList = kPieceListSize - 1;
+
+struct Position {
+    BoardHistory* owner = nullptr;
+    uint8_t board[65];                 // piece code per square; [64] is always 0
+    Bitboard pieces[2][7];             // [side][0] all, [side][type] per type
+    uint8_t piece_list[2][7][kPieceListSize];  // [side][type 1..6]; [side][0] unused
+    uint64_t hash_key;                 // placement only
+    uint64_t pawn_key;                 // pawns of both sides
+    int32_t piece_counts[2];           // P*1 + N*16 + B*256 + R*4096 + Q*65536
+    int16_t phase_material[2];         // N*3 + B*3 + R*5 + Q*10
+    uint8_t side_to_move;
+    uint8_t fifty_count;
+    uint8_t castling;
+    uint8_t ep_square;
+};
+
+// Key tables, filled once by init_hash_keys_tables and read-only afterwards.
+extern uint64_t zobrist_piece[16][64];
+extern uint64_t zobrist_extra[66];
+extern const uint64_t zobrist_side[2];
+
+// Fills the key tables on the first call; later calls do nothing. Always
+// produces the same keys. Prints "bad hashcode" if a key cannot be made
+// distinct enough.
+void init_hash_keys_tables();
+
+void clear_position(Position& pos);
+// Puts a piece on an empty square (keys untouched). A piece that would not
+// fit in its full square list is not placed at all.
+void add_piece(Position& pos, int side, int type, int square);
+// Takes off whatever stands on the square (keys untouched).
+void remove_piece(Position& pos, int square);
+void toggle_key(Position& pos, int code, int square);
+void compute_keys(Position& pos);
+
+inline uint64_t full_key(const Position& pos) {
+    return pos.hash_key ^ zobrist_extra[pos.castling] ^ zobrist_extra[pos.ep_square] ^
+           zobrist_side[pos.side_to_move];
+}
+
+// Sets the position from a FEN or EPD record; pos.owner must be set. Reads
+// placement, side, castling and en-passant field only.
+void parse_fen(Position& pos, const char* text);
+
+// Four-field FEN; buffer must hold kFenBufferSize characters.
+constexpr size_t kFenBufferSize = 96;
+void position_to_fen(const Position& pos, char* buffer);
+
+// The board as text for a person (FEN, eight rows, side to move), and the
+// routine that sends it through the output sink. The text buffer must hold
+// kBoardTextSize characters.
+constexpr size_t kBoardTextSize = 256;
+void board_text(const Position& pos, char* buffer);
+void print_board(const Position& pos);

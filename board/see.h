@@ -1,0 +1,17 @@
+#pragma once
+// Static exchange evaluation: the material outcome of a series of captures
+// on one square, each side recapturing with its least valuable attacker.
+
+#include "board/position.h"
+#include "board/types.h"
+
+extern const int16_t see_value[7];
+extern const int32_t capture_rank[7];
+
+// Value for `side` of capturing on `to` with the piece on `from` (64: the
+// least valuable attacker). may_stop lets `side` decline (result >= 0).
+// 9999 when `to` holds a king. The position is restored before returning.
+int see(Position& pos, int side, int from, int to, Bitboard occupancy, bool may_stop);
+
+// True when the capture is not judged to lose more than 74 centipawns.
+bool capture_not_losing(Position& pos, Move move);
