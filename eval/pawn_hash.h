@@ -1,0 +1,39 @@
+#pragma once
+// Pawn structure: the per-pawn terms kept in a per-thread pawn hash, the
+// blocked-pawn penalties, passed and candidate pawns.
+
+#include <cstdint>
+
+#include "board/position.h"
+#include "board/types.h"
+#include "eval/eval_info.h"
+
+// One slot of the pawn hash (indexed by the low 13 bits of pawn_key).
+struct PawnHashEntry {
+    uint64_t key;
+    Bitboard attack_span[2];  // squares own pawns could ever attack by advancing
+    Bitboard passed;          // passed pawns of both colours
+    Bitboard candidates;      // candidate passed pawns of both colours
+    int16_t score_op[2];
+    int16_t score_en[2];
+    uint16_t files[2];        // bit f: the side has a pawn on file f
+};
+
+constexpr int kPawnHashSize = 8192;
+
+// Probes (only while searching) or fills the pawn hash slot of the position,
+// adds the per-pawn scores to the positional accumulators and applies the
+// blocked-pawn penalties. Sets info.pawn_entry and info.blocked_by_pawn.
+void evaluate_pawns(EvalInfo& info, PawnHashEntry* table, bool searching,
+                    uint64_t& probes, uint64_t& hits);
+
+// Passed pawns and, from stage 14 on, candidate passers.
+void evaluate_passers(EvalInfo& info);
+
+// Exchange value for `side` of moving its piece from `from` to `to`, the
+// opponent then replying with least valuable attackers and free to stop. The
+// first move is forced, so the result can be negative.
+int safe_advance(const Position& pos, int side, int from, int to, Bitboard occupancy);
+
+// Per-pawn terms of both sides computed from scratch into `entry`.
+void compute_pawn_entry(const Position& pos, PawnHashEntry& entry, EvalInfo* trace_info);
