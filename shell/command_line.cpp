@@ -1,0 +1,89 @@
+#include "shell/command_line.h"
+
+#include <cstring>
+
+#include "shell/words.h"
+
+static double clamp_seconds(double seconds) {
+    if (!(seconds >= 0.0)) return 0.0;
+    return seconds > 1.0e9 ? 1.0e9 : seconds;
+}
+
+void parse_command_line(int argc, const char* const* argv, CommandLine& line) {
+    for (int i = 1; i < argc; ++i) {
+        const char* word = argv[i];
+        const char* value = i + 1 < argc ? argv[i + 1] : nullptr;
+        auto is = [word](const char* name) { return std::strcmp(word, name) == 0; };
+
+        if (is("-uci")) {
+            line.protocol_mode = 2;
+        } else if (is("-c")) {
+            line.protocol_mode = 0;
+        } else if (is("-nolog")) {
+            line.log_enabled = 0;
+        } else if (is("-quiet")) {
+            line.noise = 9999.0;
+            line.log_enabled = 0;
+        } else if (is("-uci_extra")) {
+            line.uci_extra = 1;
+        } else if (is("-bench")) {
+            line.bench_positions = 10;
+        } else if (is("-bench2")) {
+            line.bench_positions = 20;
+        } else if (is("-pbench")) {
+            line.pbench = 1;
+            line.bench_positions = 10;
+        } else if (is("-noise") || is("-d") || is("-t") || is("-n") || is("-hash") ||
+                   is("-threads") || is("-anepd") || is("-match") || is("-tune") ||
+                   std::strstr(word, "-scan_pgn")) {
+            if (!value) break;  // a value switch with nothing after it is ignored
+            ++i;
+            if (is("-noise")) {
+                line.noise = clamp_seconds(read_decimal(value));
+            } else if (is("-d")) {
+                line.max_depth = static_cast<int>(read_clamped(value, 0, 66));
+                line.time_mode = 1;
+                line.move_time = 10000.0;
+            } else if (is("-t")) {
+                line.time_mode = 1;
+                line.move_time = clamp_seconds(read_decimal(value));
+            } else if (is("-n")) {
+                line.time_mode = 1;
+                line.move_time = 1000.0;
+                int64_t nodes = read_integer(value);
+                line.node_limit = nodes > 0 ? static_cast<uint64_t>(nodes) : 0;
+            } else if (is("-hash")) {
+                line.hash_mb = static_cast<int>(read_clamped(value, 0, 8192));
+            } else if (is("-threads")) {
+                line.threads = static_cast<int>(read_clamped(value, 1, 64));
+            } else if (is("-anepd")) {
+                copy_text(line.epd_file, sizeof line.epd_file, value);
+                line.anepd_given = true;
+            } else if (is("-match")) {
+                copy_text(line.match_file, sizeof line.match_file, value);
+                line.match_given = true;
+            } else if (is("-tune")) {
+                copy_text(line.epd_file, sizeof line.epd_file, value);
+                line.tune_given = true;
+            } else {
+                copy_text(line.scan_file, sizeof line.scan_file, value);
+                line.scan_given = true;
+                line.scan_mode = 0;
+                for (int mode = 1; mode <= 4; ++mode) {
+                    const char names[4][11] = {"-scan_pgn1", "-scan_pgn2", "-scan_pgn3",
+                                               "-scan_pgn4"};
+                    if (is(names[mode - 1])) line.scan_mode = mode;
+                }
+            }
+        }
+    }
+}
+
+RunMode choose_run_mode(const CommandLine& line) {
+    if (line.anepd_given) return RunMode::epd_runner;
+    if (line.scan_mode != 0) return RunMode::pgn_scanner;
+    if (line.match_given) return RunMode::match;
+    if (line.bench_positions != 0) return RunMode::benchmark;
+    if (line.tune_given) return RunMode::tuner;
+    return RunMode::normal_play;
+}
