@@ -11,13 +11,16 @@
 enum RayDirection { kNorth = 0, kEast = 1, kNorthEast = 2, kNorthWest = 3,
                     kSouth = 4, kWest = 5, kSouthWest = 6, kSouthEast = 7 };
 
-extern Bitboard pawn_attacks[2][64];
-extern Bitboard knight_attacks[64];
-extern Bitboard king_attacks[64];
-extern Bitboard ray[8][64];
-extern Bitboard diagonal_mask[64];
-extern Bitboard orthogonal_mask[64];
-extern Bitboard between[64][64];
+// Every table has an all-empty entry for square 64 ("no square"), so that a
+// position without a king (possible after a malformed FEN) reads no attacks
+// instead of reading past the end.
+extern Bitboard pawn_attacks[2][65];
+extern Bitboard knight_attacks[65];
+extern Bitboard king_attacks[65];
+extern Bitboard ray[8][65];
+extern Bitboard diagonal_mask[65];
+extern Bitboard orthogonal_mask[65];
+extern Bitboard between[65][65];
 
 // Builds every table above; call once before any position is used.
 void init_attack_tables();

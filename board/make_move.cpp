@@ -1,0 +1,262 @@
+#include "board/make_move.h"
+
+#include "board/attacks.h"
+
+const uint8_t castle_mask[64] = {
+    2, 0, 0, 0, 3, 0, 0, 1,  //
+    0, 0, 0, 0, 0, 0, 0, 0,  //
+    0, 0, 0, 0, 0, 0, 0, 0,  //
+    0, 0, 0, 0, 0, 0, 0, 0,  //
+    0, 0, 0, 0, 0, 0, 0, 0,  //
+    0, 0, 0, 0, 0, 0, 0, 0,  //
+    0, 0, 0, 0, 0, 0, 0, 0,  //
+    8, 0, 0, 0, 12, 0, 0, 4,
+};
+
+MoveTraceHook move_trace_hook = nullptr;
+
+namespace {
+
+// Moves the piece on `from` to the empty square `to`: board, square list (in
+// place, so list order is kept), bitboards. Keys are the caller's.
+inline void relocate(Position& pos, int code, int from, int to) {
+    int side = piece_side(code), type = piece_type(code);
+    pos.board[to] = uint8_t(code);
+    pos.board[from] = 0;
+    uint8_t* s = pos.piece_list[side][type];
+    while (*s != from) s++;
+    *s = uint8_t(to);
+    Bitboard change = square_bit(from) | square_bit(to);
+    pos.pieces[side][0] ^= change;
+    pos.pieces[side][type] ^= change;
+}
+
+inline void move_keys(Position& pos, int code, int from, int to) {
+    uint64_t change = zobrist_piece[code][from] ^ zobrist_piece[code][to];
+    pos.hash_key ^= change;
+    if (piece_type(code) == kPawn) pos.pawn_key ^= change;
+}
+
+inline int previous_move(const BoardHistory& h) {
+    return h.history_count > 0 ? h.history[h.history_count - 1].move : 0;
+}
+
+// Whether `square` is attacked by `by`, with the occupancy given explicitly
+// and the pieces on `removed` left out of the attackers.
+inline bool attacked_with(const Position& pos, int square, int by, Bitboard occupancy,
+                          Bitboard removed) {
+    const Bitboard* p = pos.pieces[by];
+    if (((p[kPawn] & pawn_attacks[by ^ 1][square]) | (p[kKnight] & knight_attacks[square]) |
+         (p[kKing] & king_attacks[square])) & ~removed)
+        return true;
+    for (Bitboard b = (p[kBishop] | p[kQueen]) & diagonal_mask[square] & ~removed; b; b &= b - 1)
+        if (!(between[lowest_square(b)][square] & occupancy)) return true;
+    for (Bitboard b = (p[kRook] | p[kQueen]) & orthogonal_mask[square] & ~removed; b; b &= b - 1)
+        if (!(between[lowest_square(b)][square] & occupancy)) return true;
+    return false;
+}
+
+}  // namespace
+
+void make_move(Position& pos, Move move) {
+    if (move_trace_hook) move_trace_hook(pos, move);
+    BoardHistory& h = *pos.owner;
+    int from = move_from(move), to = move_to(move);
+    int p = pos.board[from], c = pos.board[to];
+    int s = pos.side_to_move;
+
+    HistoryEntry& entry = h.history[h.history_count];
+    entry.move = move;
+    entry.captured = uint8_t(piece_type(c));
+    entry.ep_square = pos.ep_square;
+    entry.fifty_count = pos.fifty_count;
+    entry.castling = pos.castling;
+    entry.hash_key = pos.hash_key;
+    entry.pawn_key = pos.pawn_key;
+    h.history_count++;
+    h.ply++;
+    h.last_move = move;
+
+    pos.fifty_count++;
+    pos.ep_square = kNoSquare;
+    pos.castling &= uint8_t(~(castle_mask[from] | castle_mask[to]));
+    pos.side_to_move = uint8_t(s ^ 1);
+
+    if (c) {
+        remove_piece(pos, to);
+        toggle_key(pos, c, to);
+        pos.fifty_count = 0;
+    }
+    relocate(pos, p, from, to);
+    move_keys(pos, p, from, to);
+
+    int type = piece_type(p);
+    if (type == kPawn) {
+        pos.fifty_count = 0;
+        int step = pawn_step[s];
+        if (to == from + 2 * step) {
+            pos.ep_square = uint8_t(from + step);
+        } else if (to == entry.ep_square) {
+            remove_piece(pos, to - step);
+            toggle_key(pos, piece_code(s ^ 1, kPawn), to - step);
+        } else if (is_promotion(move)) {
+            remove_piece(pos, to);
+            toggle_key(pos, p, to);
+            int promoted = promotion_type(move);
+            add_piece(pos, s, promoted, to);
+            toggle_key(pos, piece_code(s, promoted), to);
+        }
+    } else if (type == kKing && (to == from + 2 || to == from - 2)) {
+        int rook_from = to > from ? from + 3 : from - 4;
+        int rook_to = to > from ? from + 1 : from - 1;
+        int rook = piece_code(s, kRook);
+        relocate(pos, rook, rook_from, rook_to);
+        move_keys(pos, rook, rook_from, rook_to);
+        pos.fifty_count = 0;
+    }
+}
+
+void unmake_move(Position& pos) {
+    BoardHistory& h = *pos.owner;
+    h.history_count--;
+    h.ply--;
+    const HistoryEntry& entry = h.history[h.history_count];
+    h.last_move = uint16_t(previous_move(h));
+
+    pos.ep_square = entry.ep_square;
+    pos.castling = entry.castling;
+    pos.fifty_count = entry.fifty_count;
+    pos.side_to_move ^= 1;
+    int s = pos.side_to_move;
+
+    Move move = entry.move;
+    int from = move_from(move), to = move_to(move);
+    int p = pos.board[to];
+    relocate(pos, p, to, from);
+    if (entry.captured) add_piece(pos, s ^ 1, entry.captured, to);
+
+    int type = piece_type(p);
+    if (type == kPawn) {
+        if (to == entry.ep_square) add_piece(pos, s ^ 1, kPawn, to - pawn_step[s]);
+    } else if (type == kKing && (to == from + 2 || to == from - 2)) {
+        int rook_from = to > from ? from + 3 : from - 4;
+        int rook_to = to > from ? from + 1 : from - 1;
+        relocate(pos, piece_code(s, kRook), rook_to, rook_from);
+    }
+    if (is_promotion(move)) {
+        remove_piece(pos, from);
+        add_piece(pos, s, kPawn, from);
+    }
+    pos.hash_key = entry.hash_key;
+    pos.pawn_key = entry.pawn_key;
+}
+
+void make_null_move(Position& pos) {
+    BoardHistory& h = *pos.owner;
+    h.ply++;
+    HistoryEntry& entry = h.history[h.history_count];
+    entry.move = 0;
+    entry.captured = 0;
+    entry.ep_square = pos.ep_square;
+    entry.fifty_count = pos.fifty_count;
+    entry.castling = pos.castling;
+    entry.hash_key = pos.hash_key;
+    entry.pawn_key = pos.pawn_key;
+    h.history_count++;
+    pos.fifty_count++;
+    pos.ep_square = kNoSquare;
+    pos.side_to_move ^= 1;
+    h.last_move = 0;
+}
+
+void unmake_null_move(Position& pos) {
+    BoardHistory& h = *pos.owner;
+    h.history_count--;
+    h.ply--;
+    const HistoryEntry& entry = h.history[h.history_count];
+    pos.ep_square = entry.ep_square;
+    pos.castling = entry.castling;
+    pos.fifty_count = entry.fifty_count;
+    pos.hash_key = entry.hash_key;
+    pos.side_to_move ^= 1;
+    h.last_move = uint16_t(previous_move(h));
+}
+
+bool is_legal(const Position& pos, int side, Move move) {
+    if (move == 0) return false;
+    int enemy = side ^ 1;
+    int from = move_from(move), to = move_to(move);
+    int king = pos.piece_list[side][kKing][0];
+    Bitboard occupancy = pos.pieces[0][0] | pos.pieces[1][0];
+    Bitboard from_bit = square_bit(from), to_bit = square_bit(to);
+    // An enemy piece on the to-square is captured and no longer attacks.
+    Bitboard captured = pos.pieces[enemy][0] & to_bit;
+
+    if (from == king) {
+        if (to == from + 2 || to == from - 2) {
+            return !attacked_with(pos, from, enemy, occupancy, 0) &&
+                   !attacked_with(pos, (from + to) / 2, enemy, occupancy, 0) &&
+                   !attacked_with(pos, to, enemy, occupancy, 0);
+        }
+        return !attacked_with(pos, to, enemy, (occupancy ^ from_bit) | to_bit, captured);
+    }
+    Bitboard after = (occupancy ^ from_bit) | to_bit;
+    if (to == pos.ep_square && piece_type(pos.board[from]) == kPawn) {
+        // The captured pawn leaves its square too, which may open the rank.
+        Bitboard taken = square_bit(to - pawn_step[side]);
+        captured |= taken;
+        after ^= taken;
+    }
+    return !attacked_with(pos, king, enemy, after, captured);
+}
+
+int gives_check(const Position& pos, int side, const MoveEntry& entry) {
+    int enemy_king = pos.piece_list[side ^ 1][kKing][0];
+    int from = move_from(entry.move), to = move_to(entry.move);
+    int type = is_promotion(entry.move) ? promotion_type(entry.move) : piece_type(entry.mover);
+    Bitboard occupancy = pos.pieces[0][0] | pos.pieces[1][0];
+    Bitboard to_bit = square_bit(to);
+
+    switch (type) {
+        case kPawn:
+            if (pawn_attacks[side ^ 1][enemy_king] & to_bit) return 1;
+            break;
+        case kKnight:
+            if (knight_attacks[enemy_king] & to_bit) return 1;
+            break;
+        case kBishop:
+            if ((diagonal_mask[enemy_king] & to_bit) && !(between[enemy_king][to] & occupancy)) return 1;
+            break;
+        case kRook:
+            if ((orthogonal_mask[enemy_king] & to_bit) && !(between[to][enemy_king] & occupancy)) return 1;
+            break;
+        case kQueen:
+            if ((diagonal_mask[enemy_king] & to_bit) && !(between[enemy_king][to] & occupancy)) return 1;
+            if ((orthogonal_mask[enemy_king] & to_bit) && !(between[to][enemy_king] & occupancy)) return 1;
+            break;
+        default:
+            break;
+    }
+
+    // Discovered checks need a slider of our own behind the moving piece.
+    if ((pos.piece_counts[side] & ~0xFF) == 0) return 0;
+    Bitboard after = (occupancy ^ square_bit(from)) | to_bit;
+    Bitboard from_bit = square_bit(from);
+    const Bitboard* own = pos.pieces[side];
+    if (orthogonal_mask[enemy_king] & from_bit) {
+        for (Bitboard b = (own[kRook] | own[kQueen]) & orthogonal_mask[enemy_king] & orthogonal_mask[from];
+             b; b &= b - 1)
+            if (!(between[enemy_king][lowest_square(b)] & after)) return 2;
+        return 0;
+    }
+    if (diagonal_mask[enemy_king] & from_bit) {
+        for (Bitboard b = (own[kBishop] | own[kQueen]) & diagonal_mask[enemy_king] & diagonal_mask[from];
+             b; b &= b - 1)
+            if (!(between[enemy_king][lowest_square(b)] & after)) return 2;
+    }
+    return 0;
+}
+
+bool in_check(const Position& pos, int side) {
+    return is_attacked(pos, pos.piece_list[side][kKing][0], side ^ 1);
+}
