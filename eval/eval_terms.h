@@ -1,0 +1,70 @@
+#pragma once
+// The term groups evaluate() runs in order, and the small helpers they share.
+// Internal to the evaluation.
+
+#include <cstdlib>
+
+#include "board/attacks.h"
+#include "board/position.h"
+#include "eval/eval_info.h"
+
+constexpr Bitboard kFileA = 0x0101010101010101ULL;
+constexpr Bitboard kRank1 = 0xFFULL;
+constexpr Bitboard kCentreBlock = 0x00003C3C3C3C0000ULL;  // c3-f6
+constexpr Bitboard kInnerBlock = 0x007E7E7E7E7E7E00ULL;   // b2-g7
+constexpr Bitboard kLightSquares = 0x55AA55AA55AA55AAULL;
+
+constexpr Bitboard file_mask(int file) { return kFileA << file; }
+constexpr Bitboard rank_mask(int rank) { return kRank1 << (8 * rank); }
+constexpr int relative_rank(int side, int square) { return side ? 7 - (square >> 3) : square >> 3; }
+constexpr int relative_square(int side, int square) { return side ? square ^ 56 : square; }
+// Ranks 5-8 for White, 1-4 for Black.
+constexpr Bitboard enemy_half(int side) { return side ? 0x00000000FFFFFFFFULL : 0xFFFFFFFF00000000ULL; }
+
+inline int square_distance(int a, int b) {
+    int df = std::abs((a & 7) - (b & 7));
+    int dr = std::abs((a >> 3) - (b >> 3));
+    return df > dr ? df : dr;
+}
+
+inline Bitboard shift_up(Bitboard b) { return b << 8; }
+inline Bitboard shift_down(Bitboard b) { return b >> 8; }
+inline Bitboard pawn_attack_set(int side, Bitboard pawns) {
+    Bitboard left = pawns & ~kFileA, right = pawns & ~(kFileA << 7);
+    return side ? (left >> 9) | (right >> 7) : (left << 7) | (right << 9);
+}
+// Every square in front of the given pawns on their files, to the last rank.
+inline Bitboard front_span(int side, Bitboard b) {
+    if (side == 0) {
+        b <<= 8; b |= b << 8; b |= b << 16; b |= b << 32;
+    } else {
+        b >>= 8; b |= b >> 8; b |= b >> 16; b |= b >> 32;
+    }
+    return b;
+}
+inline Bitboard adjacent_files(Bitboard b) {
+    return ((b & ~kFileA) >> 1) | ((b & ~(kFileA << 7)) << 1);
+}
+
+inline int popcount(Bitboard b) { return __builtin_popcountll(b); }
+
+// Adds one term to a side's positional accumulators; the traced evaluation
+// also books it by group and square (group or square -1: not booked there).
+void trace_add(EvalInfo& info, int side, int group, int square, int op, int en);
+inline void add_term(EvalInfo& info, int side, int group, int square, int op, int en) {
+    info.pos_op[side] = int16_t(info.pos_op[side] + op);
+    info.pos_en[side] = int16_t(info.pos_en[side] + en);
+    if (info.trace) trace_add(info, side, group, square, op, en);
+}
+
+// Piece values of the threat bookkeeping and of safe_advance.
+constexpr int16_t kThreatValue[7] = {0, 100, 330, 330, 530, 1060, 9999};
+
+void setup_attack_maps(EvalInfo& info);
+void evaluate_pieces(EvalInfo& info);
+void evaluate_king(EvalInfo& info, int side, int king_square);
+void evaluate_hung(EvalInfo& info);
+void evaluate_pins(EvalInfo& info);
+// Scales a score in hard-to-win endings; returns the scaled score and sets
+// draw_adj.
+int draw_scale(const EvalInfo& info, int score, double& draw_adj);

@@ -1,0 +1,258 @@
+#include <cstring>
+
+#include "board/attacks.h"
+#include "eval/engine_params.h"
+#include "eval/eval_terms.h"
+#include "eval/pawn_hash.h"
+
+namespace {
+
+// Bonus for a pawn defended by another, by relative square (rank 1 first).
+constexpr int8_t kProtectedBonus[64] = {
+    0, 0, 0, 0, 0, 0, 0, 0,
+    0, 0, 0, 0, 0, 0, 0, 0,
+    2, 2, 2, 2, 2, 2, 2, 2,
+    2, 3, 4, 4, 4, 4, 3, 2,
+    2, 4, 7, 7, 7, 7, 4, 2,
+    2, 4, 7, 7, 7, 7, 4, 2,
+    2, 4, 7, 7, 7, 7, 4, 2,
+    0, 0, 0, 0, 0, 0, 0, 0,
+};
+
+// Danger a free passer poses to the defending side, by relative rank.
+constexpr int kPasserThreatBase[8] = {0, 100, 100, 200, 400, 800, 1600, 0};
+
+// Squares of b5-g6 (White) and b3-g4 (Black) where outposts can stand.
+constexpr Bitboard kOutpostRanks[2] = {0x00007E7E00000000ULL, 0x000000007E7E0000ULL};
+
+// Pawns on the first or last rank cannot exist in a legal game; keeping them
+// out of the passer sets keeps every square computation on the board.
+constexpr Bitboard kPawnRanks = 0x00FFFFFFFFFFFF00ULL;
+
+int forward(int side, int square, int steps) { return side ? square - 8 * steps : square + 8 * steps; }
+
+}  // namespace
+
+void compute_pawn_entry(const Position& pos, PawnHashEntry& e, EvalInfo* trace_info) {
+    const EngineParams& p = params;
+    const Bitboard pawns[2] = {pos.pieces[0][kPawn], pos.pieces[1][kPawn]};
+    e.key = pos.pawn_key;
+    e.passed = 0;
+    e.candidates = 0;
+    for (int s = 0; s < 2; ++s) {
+        e.attack_span[s] = adjacent_files(front_span(s, pawns[s]));
+        e.files[s] = 0;
+        e.score_op[s] = 0;
+        e.score_en[s] = 0;
+    }
+    for (int s = 0; s < 2; ++s) {
+        const int o = s ^ 1;
+        const Bitboard own_att = pawn_attack_set(s, pawns[s]);
+        for (const uint8_t* l = pos.piece_list[s][kPawn]; *l != kNoSquare; ++l) {
+            const int sq = *l;
+            const int f = sq & 7;
+            const int r = relative_rank(s, sq);
+            const int rel = relative_square(s, sq);
+            const Bitboard bit = square_bit(sq);
+            const Bitboard front = front_span(s, bit);
+            const Bitboard file_others = file_mask(f) & pawns[s] & ~bit;
+            const Bitboard beside = adjacent_files(bit) & rank_mask(sq >> 3);
+            int op = p.pst[kPawn][rel].op;
+            int en = p.pst[kPawn][rel].en;
+
+            e.files[s] |= uint16_t(1u << f);
+            if (file_others) {
+                op += p.pawn_doubled_op;
+                en += p.pawn_doubled_en;
+            }
+            const Bitboard stop = s ? bit >> 8 : bit << 8;
+            if (!(stop & e.attack_span[s])) {
+                if (r < 4) {
+                    op += p.pawn_backward_op;
+                    en += p.pawn_backward_en;
+                }
+                if (!(adjacent_files(file_mask(f)) & pawns[s])) {
+                    op += p.pawn_isolated_op;
+                    en += p.pawn_isolated_en;
+                }
+                if (!(front & pawns[o])) {
+                    op += p.pawn_weak_op;
+                    en += p.pawn_weak_en;
+                }
+            }
+            int bonus = 0;
+            if (beside & pawns[s]) bonus += p.connected_bonus[r];
+            if (own_att & bit) bonus += kProtectedBonus[rel];
+            op += bonus;
+            en += bonus;
+
+            const bool passed = !(front & pawns[o]) && !(bit & e.attack_span[o]) && (bit & kPawnRanks);
+            if (passed) e.passed |= bit;
+            if (!passed && (bit & kOutpostRanks[s] & ~e.attack_span[o])) op += 4;
+
+            if (!passed && !(front & pawns[o]) && r >= 3 && (bit & kPawnRanks)) {
+                // Enemy pawns that can still meet it, against the pawns that
+                // can help it through.
+                const Bitboard lanes = file_mask(f) | adjacent_files(file_mask(f));
+                const Bitboard beyond_stop = front_span(s, stop);
+                int enemies = popcount(pawns[o] & lanes & beyond_stop);
+                int helpers = popcount(pawns[s] & beside);
+                if (enemies <= helpers) e.candidates |= bit;
+            }
+            e.score_op[s] = int16_t(e.score_op[s] + op);
+            e.score_en[s] = int16_t(e.score_en[s] + en);
+            if (trace_info) trace_add(*trace_info, -1, kTracePawns, sq, op, en);
+        }
+    }
+}
+
+void evaluate_pawns(EvalInfo& info, PawnHashEntry* table, bool searching, uint64_t& probes,
+                    uint64_t& hits) {
+    const Position& pos = *info.pos;
+    PawnHashEntry& e = table[pos.pawn_key & (kPawnHashSize - 1)];
+    ++probes;
+    info.pawn_hash_hit = searching && e.key == pos.pawn_key;
+    if (info.pawn_hash_hit) {
+        ++hits;
+    } else {
+        compute_pawn_entry(pos, e, info.trace ? &info : nullptr);
+    }
+    info.pawn_entry = &e;
+    for (int s = 0; s < 2; ++s) {
+        info.pos_op[s] = int16_t(info.pos_op[s] + e.score_op[s]);
+        info.pos_en[s] = int16_t(info.pos_en[s] + e.score_en[s]);
+        if (info.trace) {
+            info.tr.group_op[kTracePawns][s] = int16_t(info.tr.group_op[kTracePawns][s] + e.score_op[s]);
+            info.tr.group_en[kTracePawns][s] = int16_t(info.tr.group_en[kTracePawns][s] + e.score_en[s]);
+        }
+    }
+
+    const Bitboard pawns[2] = {pos.pieces[0][kPawn], pos.pieces[1][kPawn]};
+    info.blocked_by_pawn[0] = pawns[0] & shift_down(pawns[1]);
+    info.blocked_by_pawn[1] = pawns[1] & shift_up(pawns[0]);
+
+    // Pawns that cannot move cost a little; the centre pawns on their home
+    // squares cost more, since they lock in the bishops.
+    const Bitboard blocked[2] = {pawns[0] & shift_down(info.occupancy),
+                                 pawns[1] & shift_up(info.occupancy)};
+    const Bitboard home_centre[2] = {square_bit(11) | square_bit(12), square_bit(51) | square_bit(52)};
+    for (int s = 0; s < 2; ++s) {
+        for (Bitboard b = blocked[s]; b; b &= b - 1) {
+            int sq = lowest_square(b);
+            int cost = (square_bit(sq) & home_centre[s]) ? 14 : 2;
+            add_term(info, s, kTracePawns, sq, -cost, -cost);
+        }
+    }
+}
+
+namespace {
+
+// Exchange on `to` after a piece of type `on_to` arrived there: `stm` takes
+// with its least valuable attacker or declines. Sliders see through the
+// squares already vacated in `occupancy`.
+int exchange_reply(Bitboard (&sets)[2][7], int stm, int to, Bitboard occupancy, int on_to) {
+    int type = 0;
+    Bitboard cand = 0;
+    if ((cand = pawn_attacks[stm ^ 1][to] & sets[stm][kPawn])) type = kPawn;
+    else if ((cand = knight_attacks[to] & sets[stm][kKnight])) type = kKnight;
+    else if ((cand = bishop_attacks(to, occupancy) & sets[stm][kBishop])) type = kBishop;
+    else if ((cand = rook_attacks(to, occupancy) & sets[stm][kRook])) type = kRook;
+    else if ((cand = queen_attacks(to, occupancy) & sets[stm][kQueen])) type = kQueen;
+    else if ((cand = king_attacks[to] & sets[stm][kKing])) type = kKing;
+    if (!type) return 0;
+    if (on_to == kKing) return 9999;
+    const Bitboard from = cand & -cand;
+    sets[stm][type] ^= from;
+    int value = kThreatValue[on_to] - exchange_reply(sets, stm ^ 1, to, occupancy & ~from, type);
+    sets[stm][type] ^= from;
+    return value > 0 ? value : 0;
+}
+
+}  // namespace
+
+int safe_advance(const Position& pos, int side, int from, int to, Bitboard occupancy) {
+    // Played on a copy of the piece sets: the position itself is not touched.
+    Bitboard sets[2][7];
+    std::memcpy(sets, pos.pieces, sizeof sets);
+    const int on_to = piece_type(pos.board[to]);
+    if (on_to == kKing) return 9999;
+    const int mover = piece_type(pos.board[from]);
+    sets[side][mover] &= ~square_bit(from);
+    return kThreatValue[on_to] -
+           exchange_reply(sets, side ^ 1, to, occupancy & ~square_bit(from), mover);
+}
+
+void evaluate_passers(EvalInfo& info) {
+    const EngineParams& p = params;
+    const Position& pos = *info.pos;
+    const PawnHashEntry& e = *info.pawn_entry;
+    const Bitboard pawns[2] = {pos.pieces[0][kPawn], pos.pieces[1][kPawn]};
+
+    for (Bitboard b = e.passed; b; b &= b - 1) {
+        const int sq = lowest_square(b);
+        const Bitboard bit = square_bit(sq);
+        const int s = (pawns[0] & bit) ? 0 : 1;
+        if (!(pawns[s] & bit)) continue;  // stale entry cannot happen, but stay on the board
+        const int o = s ^ 1;
+        const int r = relative_rank(s, sq);
+        const Bitboard front = front_span(s, bit);
+        const int promo = s ? (sq & 7) : (sq & 7) + 56;
+
+        if (front & pawns[s]) {  // rear pawn of a doubled passer
+            int v = p.ppawn[r] / 3;
+            add_term(info, s, kTracePassers, sq, v, v);
+            continue;
+        }
+        const int target = r <= 5 ? forward(s, sq, 2) : forward(s, sq, 1);
+        const int d_own = square_distance(info.king_square[s], target);
+        const int d_enemy = square_distance(info.king_square[o], target);
+        const int d_promo = square_distance(info.king_square[o], promo);
+
+        int base = p.ppawn[r];
+        const int king_term = (28 * d_enemy - 18 * d_own) * (r + 1) / 16;
+
+        int stop = forward(s, sq, 1);
+        if (r == 1 && pos.board[stop] == 0) stop = forward(s, sq, 2);
+
+        bool blocked_by_enemy = false;
+        if (pos.board[stop] == 0) {
+            if (safe_advance(pos, s, sq, stop, info.occupancy) >= 0) {
+                base += p.ppawnx[r];
+                int v = kPasserThreatBase[r];
+                const Bitboard path = front_span(s, square_bit(stop));
+                if (stop == promo || !(path & (pos.pieces[o][0] | info.all_att[o]))) {
+                    base += 4 * (r + 1);
+                    v += 100 + v / 2;
+                }
+                info.stack->threat[o] = int16_t(info.stack->threat[o] + v);
+            }
+        } else if (piece_side(pos.board[stop]) == o) {
+            blocked_by_enemy = true;
+        }
+
+        int value = king_term + base;
+        if (blocked_by_enemy) value -= base / 4;
+        if (adjacent_files(bit) & rank_mask(sq >> 3) & pawns[s]) value += base / 4;
+        if (pawn_attack_set(s, pawns[s]) & bit) value += base / 8;
+        const int tempo = pos.side_to_move == s ? 1 : 0;
+        const bool edge = (sq & 7) == 0 || (sq & 7) == 7;
+        if ((r >= 4 && d_own <= 1 && !edge) || 8 - r - tempo < d_promo) value += base / 4;
+        add_term(info, s, kTracePassers, sq, value / 2, value);
+    }
+
+    if (info.stage < 14) return;
+    for (Bitboard b = e.candidates; b; b &= b - 1) {
+        const int sq = lowest_square(b);
+        const Bitboard bit = square_bit(sq);
+        const int s = (pawns[0] & bit) ? 0 : 1;
+        if (!(pawns[s] & bit)) continue;
+        const int stop = forward(s, sq, 1);
+        if (pos.board[stop] != 0) continue;
+        const int r = relative_rank(s, sq);
+        // A candidate stands on ranks 4-7; two steps from the seventh rank
+        // would leave the board, so stop at the promotion square.
+        const int t = r <= 5 ? forward(s, sq, 2) : stop;
+        const int d = square_distance(info.king_square[s ^ 1], t);
+        add_term(info, s, kTracePassers, sq, 0, ((r - 2) * 32 + 24 * d) * p.pawn_candidate / 256);
+    }
+}
