@@ -1,0 +1,476 @@
+#include "search/iterate.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <thread>
+
+#include "board/make_move.h"
+#include "board/movegen.h"
+#include "board/notation.h"
+#include "eval/evaluate.h"
+#include "search/move_picker.h"
+#include "search/search.h"
+#include "search/search_limits.h"
+#include "search/search_result.h"
+#include "search/thread_data.h"
+#include "search/threads.h"
+#include "search/time_manager.h"
+#include "search/transposition_table.h"
+#include "shell/core/output.h"
+#include "shell/core/shell_state.h"
+#include "tablebase/probe.h"
+
+std::atomic<int> last_change_depth{0};
+std::atomic<int> global_depth{0};
+std::atomic<int> finished_depth{0};
+std::atomic<double> finished_time{0.0};
+std::atomic<int> easy_move{0};
+std::atomic<int> root_tb_result{-1};
+uint16_t root_tb_move = 0;
+int root_tb_score[2] = {0, 0};
+int draw_value[2] = {0, 0};
+
+namespace {
+
+constexpr int kMaxIteration = 69;  // iterations stop below this depth
+
+inline bool is_first_worker(int thread_index) { return thread_index <= 1; }
+
+void set_root_pv(ThreadData& td, const uint16_t* line, int first_index) {
+    int i = 1;
+    for (int k = first_index; k < kMaxPly && i < kMaxPly; k++, i++) {
+        td.root_pv[i].store(line[k], std::memory_order_relaxed);
+        if (!line[k]) return;
+    }
+    if (i < kMaxPly) td.root_pv[i].store(0, std::memory_order_relaxed);
+}
+
+void save_root_pv(const ThreadData& td, uint16_t* out) {
+    for (int i = 0; i < kMaxPly; i++) out[i] = td.root_pv[i].load(std::memory_order_relaxed);
+}
+
+void restore_root_pv(ThreadData& td, const uint16_t* in) {
+    for (int i = 0; i < kMaxPly; i++) td.root_pv[i].store(in[i], std::memory_order_relaxed);
+}
+
+void root_pv_single(ThreadData& td, Move m) {
+    td.root_pv[1].store(m, std::memory_order_relaxed);
+    td.root_pv[2].store(0, std::memory_order_relaxed);
+}
+
+void sleep_ms(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
+
+int clamp_low(int a) { return a < -9697 ? -10000 : a; }
+int clamp_high(int b) { return b >= 9697 ? 10000 : b; }
+
+void print_root_line(ThreadData& td, int pv_index, int depth) {
+    uint16_t line[kMaxPly];
+    save_root_pv(td, line);
+    print_search_line(td.thread_index, pv_index, depth, td.root_score.load(std::memory_order_relaxed), line);
+}
+
+}  // namespace
+
+void publish_result(ThreadData& td) {
+    if (!is_first_worker(td.thread_index)) return;
+    int depth = td.completed_depth;
+    int score = td.root_score.load(std::memory_order_relaxed);
+    uint16_t line[kMaxPly];
+    save_root_pv(td, line);
+    {
+        std::lock_guard<std::mutex> lock(result_lock);
+        SearchResult& r = search_result;
+        bool replace = (depth > r.depth && r.score <= 9898) || (depth == r.depth && score > r.score) ||
+                       (score >= 9900 && score >= r.score);
+        if (replace) {
+            if (r.pv[1] != line[1]) last_change_depth = depth;
+            r.score = static_cast<int16_t>(score);
+            r.depth = static_cast<int16_t>(depth);
+            std::memcpy(r.pv, line, sizeof r.pv);
+            r.pv[0] = 0;
+            r.pv[kMaxPly - 1] = 0;
+            r.best_move = r.pv[1];
+            r.ponder_move = r.pv[1] ? r.pv[2] : 0;
+            if (depth >= 0 && depth < kMaxPly) {
+                r.depth_score[depth] = static_cast<int16_t>(score);
+                r.depth_move[depth] = r.pv[1];
+            }
+        }
+    }
+    if (depth > 1 && limits.multipv == 1) print_search_line(td.thread_index, -1, depth, score, line);
+}
+
+void print_search_line(int thread_index, int pv_index, int depth, int score, const uint16_t* pv) {
+    if (shell.noise >= 9999 || depth == 0 || !pv || !pv[1]) return;
+    double seconds = elapsed_now();
+    bool stopped = stop_signal.load() != 0;
+    if (!stopped && seconds < shell.noise) return;
+
+    std::lock_guard<std::mutex> lock(output_lock);
+    uint64_t tb_hits = 0;
+    double nodes = double(sum_node_counters(&tb_hits));
+
+    int tb = root_tb_result.load(std::memory_order_relaxed);
+    if (tb == 4 && score < 9899) score = 9800;
+    if (tb == 0 && score > -9900) score = -9800;
+    if (tb == 2) score = 0;
+
+    bool console = shell.protocol_mode != 2;
+    int max_moves = console ? (stopped ? 32 : 8) : 66;
+    char moves[kMaxPly * 8 + 256];
+    int len = 0;
+    for (int i = 1; i < kMaxPly && pv[i] && i <= max_moves; i++) {
+        char text[kMoveTextSize];
+        move_to_text(pv[i], text);
+        if (console && i > 1 && (i - 1) % 8 == 0)
+            len += std::snprintf(moves + len, sizeof moves - len, "\n%30s", "");
+        len += std::snprintf(moves + len, sizeof moves - len, "%s%s", i > 1 ? " " : "", text);
+        if (len >= int(sizeof moves) - 40) break;
+    }
+    char mark = pv_index == -1 ? ' ' : '.';
+
+    if (!console) {
+        char multipv_part[32] = "";
+        char extra_part[32] = "";
+        if (limits.multipv > 1) std::snprintf(multipv_part, sizeof multipv_part, "multipv %d ", pv_index + 1);
+        if (shell.uci_extra) std::snprintf(extra_part, sizeof extra_part, "[%02d%c] ", thread_index, mark);
+        char score_text[32];
+        if (score >= 9900)
+            std::snprintf(score_text, sizeof score_text, "mate %d", (10000 - score) / 2);
+        else if (score < -9900)
+            std::snprintf(score_text, sizeof score_text, "mate -%d", (score + 10001) / 2);
+        else
+            std::snprintf(score_text, sizeof score_text, "cp %d", score);
+        const ThreadData* first = thread_table[1] ? thread_table[1] : thread_table[0];
+        if (thread_index == 0 && thread_table[0]) first = thread_table[0];
+        int seldepth = first ? first->seldepth - 1 : 0;
+        double nps = seconds > 0.001 ? nodes / seconds : 0.0;
+        send_linef("info %s%sdepth %d seldepth %d time %.0f score %s nodes %.0f nps %.0f tbhits %.0f pv %s",
+                   multipv_part, extra_part, depth, seldepth, seconds * 1000.0, score_text, nodes, nps,
+                   double(tb_hits), moves);
+    } else {
+        send_linef("%02d] %02d%c %5.1f %7.0fK %5d  %s", thread_index, depth, mark, seconds, nodes / 1000.0, score,
+                   moves);
+    }
+}
+
+void root_search(ThreadData& td, int depth, int pv_index) {
+    Position& pos = td.pos;
+    const int side = pos.side_to_move;
+    const bool first = is_first_worker(td.thread_index);
+    SearchStackEntry& root = td.stack[1];
+    MoveEntry* list = root.move_list;
+
+    td.extension_credit = 0;
+    const bool printing = first && limits.multipv == 1 && depth > 3 && pv_index == 0;
+    const int prev = td.root_score.load(std::memory_order_relaxed);
+    root.legal_moves = 0;
+    root.depth = static_cast<int16_t>(depth);
+
+    int width = depth == 1 ? 10000 : depth == 2 ? 250 : std::abs(prev) / 16 + std::max(15, (15 - depth) * 4);
+    int alpha = clamp_low(prev - width);
+    int beta = clamp_high(prev + width);
+    int best = -10000;
+    const bool root_in_check = in_check(pos, side);
+    const bool has_material = pos.phase_material[side] > 0 && (pos.piece_counts[side] & 15) > 0;
+
+    uint16_t saved_pv[kMaxPly];
+    uint16_t child_pv[kMaxPly];
+    int searched = 0;
+
+    for (int k = pv_index; list[k].move != kMoveListEnd; k++) {
+        if (!first && depth < finished_depth.load(std::memory_order_relaxed) && elapsed_now() >= 0.025) {
+            td.root_state = 99;
+            return;
+        }
+        MoveEntry* e = &list[k];
+        pick_best(e);
+        save_root_pv(td, saved_pv);
+        const int saved_score = td.root_score.load(std::memory_order_relaxed);
+        td.root_state = 0;
+        root.current = e;
+        const Move m = e->move;
+
+        double now = elapsed_now();
+        if (first && pv_index == 0 && shell.protocol_mode == 2 && now > 3.5 && now > shell.noise) {
+            std::lock_guard<std::mutex> lock(output_lock);
+            double nodes = double(sum_node_counters(nullptr));
+            if (k == pv_index) {
+                tt_sample_fill();
+                send_linef("info depth %d time %.0f nodes %.0f nps %.0f hashfull %.0f",
+                           int(td.iteration_depth.load()), now * 1000.0, nodes, now > 0.001 ? nodes / now : 0.0,
+                           hash_fill * 1000.0);
+            }
+            if (limits.multipv == 1)
+                send_linef("info currmove %s%s currmovenumber %d", square_names[move_from(m)],
+                           square_names[move_to(m)], k + 1);
+        }
+
+        e->score = static_cast<int16_t>(-11000 - searched);
+        int flags = root_in_check ? 0 : classify_move(pos, side, *e);
+        root.move_flags = static_cast<int16_t>(flags);
+        int r = (limits.multipv == 1 && depth > 7 && searched >= 6 && best >= prev - 34 && best > -9698 &&
+                 !root_in_check && has_material && flags == 0)
+                    ? 1
+                    : 0;
+        root.reduction = static_cast<int16_t>(r);
+
+        make_move(pos, m);
+        int score;
+        int fail_high_score = -10000;
+        if (best == -10000 || depth < 3) {
+            score = -search(pos, side ^ 1, 2, depth - 1, -beta, -alpha, 1, child_pv);
+            for (int guard = 0; (score <= alpha || score >= beta) && !stop_signal.load() && guard < 64; guard++) {
+                width = std::max(width * 2, 25);
+                if (score >= beta) {
+                    td.root_state = 2;
+                    td.root_score = static_cast<int16_t>(score);
+                    fail_high_score = score;
+                    root_pv_single(td, m);
+                    if (printing) print_root_line(td, -1, depth);
+                    beta += width;
+                } else {
+                    td.root_state = 1;
+                    td.root_score = static_cast<int16_t>(score);
+                    root_pv_single(td, m);
+                    if (printing) print_root_line(td, -1, depth);
+                    alpha -= width;
+                }
+                alpha = clamp_low(alpha);
+                if (beta > 9696) beta = 10000;
+                score = -search(pos, side ^ 1, 2, depth - 1, -beta, -alpha, 1, child_pv);
+            }
+        } else {
+            int lo = best < -9697 ? -10000 : best;
+            int hi = best + 1 > 9696 ? 10000 : best + 1;
+            score = -search(pos, side ^ 1, 2, depth - r - 1, -hi, -lo, 0, child_pv);
+            int step = 1;
+            int fails = 0;
+            while (score >= hi && !stop_signal.load() && fails < 64) {
+                td.root_state = 2;
+                root_pv_single(td, m);
+                td.root_score = static_cast<int16_t>(score);
+                fail_high_score = std::max(fail_high_score, score);
+                if (fails > 0 && printing) print_root_line(td, -1, depth);
+                fails++;
+                step = std::max(step * 2, 25);
+                hi = std::min(hi + step, 10000);
+                score = -search(pos, side ^ 1, 2, depth - 1, -hi, -lo, 1, child_pv);
+            }
+        }
+        unmake_move(pos);
+        td.root_state = 0;
+
+        if (stop_signal.load()) {
+            if (first && best > -10000 && fail_high_score > best + 25)
+                score = fail_high_score;
+            else
+                score = -10000;
+        }
+
+        restore_root_pv(td, saved_pv);
+        td.root_score = static_cast<int16_t>(saved_score);
+        searched++;
+        root.legal_moves = static_cast<int16_t>(searched);
+
+        if (score > alpha) e->score = static_cast<int16_t>(std::clamp(score, -32000, 32000));
+
+        if (score > best) {
+            td.root_score = static_cast<int16_t>(score);
+            td.completed_depth = static_cast<uint8_t>(depth);
+            child_pv[1] = m;
+            set_root_pv(td, child_pv, 1);
+            if (score > td.score_at_depth[depth].load(std::memory_order_relaxed)) {
+                td.score_at_depth[depth] = static_cast<int16_t>(score);
+                publish_result(td);
+            }
+            MoveEntry chosen = *e;
+            for (int j = k; j > pv_index; j--) list[j] = list[j - 1];
+            list[pv_index] = chosen;
+            best = score;
+        }
+        if (stop_signal.load()) return;
+    }
+}
+
+void iterative_deepening(int thread_index) {
+    ThreadData* tdp = thread_table[thread_index];
+    if (!tdp) return;
+    ThreadData& td = *tdp;
+    Position& pos = td.pos;
+    const int side = pos.side_to_move;
+    const bool first = is_first_worker(thread_index);
+
+    // 1. Fresh ordering memories for this search.
+    td.ply = 1;
+    td.root_pv[1] = 0;
+    for (SearchStackEntry& s : td.stack) {
+        s.hash_move = 0;
+        s.killer_null = s.killer1 = s.killer2 = s.killer_evasion = 0;
+        s.current = nullptr;
+    }
+    for (auto& row : td.history_table)
+        for (int16_t& h : row) h = 2048;
+    std::memset(td.counter_moves, 0, sizeof td.counter_moves);
+    SearchStackEntry& root = td.stack[1];
+    td.stack[0].move_list = td.move_buffer;
+    root.move_list = td.move_buffer;
+    root.pv_node = 1;
+    root.alpha = -10000;
+    root.beta = 10000;
+    root.tb_result = -1;
+    td.eval.searching = true;
+
+    // 2. Root evaluation.
+    const bool root_in_check = in_check(pos, side);
+    int v = evaluate(pos, td.eval, root.eval, 1, root_in_check);
+    td.root_score = static_cast<int16_t>(v);
+    root.static_eval = static_cast<int16_t>(v);
+    td.stack[0].static_eval = static_cast<int16_t>(-v);
+
+    if (limits.max_depth < 1) {
+        td.eval.searching = false;
+        return;
+    }
+
+    // 4. No legal move at the root.
+    if (game_end_state(pos, root_in_check) != 0) {
+        td.root_score = static_cast<int16_t>(root_in_check ? -9999 : 0);
+        td.completed_depth = 1;
+        td.iteration_depth = 1;
+        td.seldepth = 1;
+        if (first) publish_result(td);
+        stop_signal = 3;
+        td.eval.searching = false;
+        return;
+    }
+
+    // 5. Legal root moves, ordered.
+    MoveEntry* list = root.move_list;
+    MoveEntry* end = generate_all(pos, list);
+    MoveEntry* out = list;
+    for (MoveEntry* e = list; e != end; e++)
+        if (is_legal(pos, side, e->move)) *out++ = *e;
+    out->move = kMoveListEnd;
+    const int root_moves = int(out - list);
+    td.stack[2].move_list = out + 1;
+    score_moves(td, pos, list);
+
+    if (!first) {
+        // 6. Wait until the first worker has probed the root and begun.
+        ThreadData* lead = thread_table[1];
+        while (lead && lead->iteration_depth.load() < 1) {
+            if (stop_signal.load()) {
+                td.eval.searching = false;
+                return;
+            }
+            sleep_ms(1);
+        }
+        if (root_tb_result.load() != -1) {
+            td.eval.searching = false;
+            return;
+        }
+    } else {
+        // 7. Root tablebase probe.
+        root_tb_move = 0;
+        int result = -1;
+        if (SyzygyProbeDepth5 < 71) {
+            int wdl = 0, dtz = 0;
+            Move move = 0;
+            result = tb_probe_root(pos, &wdl, &dtz, &move);
+            if (result >= 0) root_tb_move = move;
+        }
+        if (result < 0) result = tb_probe_wdl(pos, 70);
+        int tb_score = result == 4 ? 9799 : (result == 0 ? -9800 : 0);
+        root_tb_score[side] = tb_score;
+        root_tb_score[side ^ 1] = -tb_score;
+        root_tb_result = result;
+    }
+    root.tb_result = root_tb_result.load();
+
+    // 9. The iterations.
+    int best_second = -10000;
+    for (int d = 1; d < kMaxIteration; d++) {
+        int depth = d;
+        bool print_each = false;
+        if (first) {
+            global_depth = d;
+            td.iteration_depth = static_cast<uint8_t>(d);
+            print_each = d == 1 || limits.multipv > 1;
+        } else {
+            if (d > 6 && limits.multipv == 1 && d < limits.max_depth) {
+                int ahead = 0;
+                for (int i = 1; i <= threads; i++)
+                    if (thread_table[i] && thread_table[i]->iteration_depth.load(std::memory_order_relaxed) >= d)
+                        ahead++;
+                if (ahead >= int(std::lround(threads * 0.5 + 1.0))) depth = d + 1;
+            }
+            for (MoveEntry* e = list + 1; e->move != kMoveListEnd; e++) {
+                td.perturb_seed = td.perturb_seed * 63 + 987654321u;
+                e->score = static_cast<int16_t>(e->score - int(td.perturb_seed % 24));
+            }
+            td.iteration_depth = static_cast<uint8_t>(depth);
+        }
+        if (depth >= kMaxPly) break;
+        td.nodes_at_depth[depth] = 0;
+        td.score_at_depth[depth] = -10000;
+
+        for (int i = 0; i < limits.multipv && i < root_moves; i++) {
+            root_search(td, depth, i);
+            if (stop_signal.load()) break;
+            if (print_each) print_root_line(td, i, depth);
+        }
+        td.nodes_at_depth[depth] = td.nodes.load(std::memory_order_relaxed);
+
+        if (first && limits.multipv == 1) {
+            int easy = 0;
+            if (root_moves == 1) {
+                if (depth >= 7) easy = 1;
+            } else {
+                int s1 = list[0].score;
+                pick_best(list + 1);
+                int s2 = list[1].score;
+                if (d == 1) best_second = -10000;
+                best_second = std::max(best_second, s2);
+                if (s1 > best_second + 200 && s1 > root.static_eval + 225 && depth > 11 &&
+                    last_change_depth.load() < depth - 5)
+                    easy = 2;
+            }
+            easy_move = easy;
+        }
+        if (first && limits.multipv > 1 && shell.protocol_mode != 2) send_line("");
+
+        if (stop_signal.load()) break;
+
+        if (td.root_state.load() != 99) {
+            if (first) {
+                finished_time = elapsed_now();
+                finished_depth = depth;
+            }
+            int s = td.score_at_depth[depth].load(std::memory_order_relaxed);
+            if (s >= 9999 - depth || s < depth - 9999) break;
+            if (first && depth >= limits.max_depth) break;
+        }
+    }
+
+    if (first) {
+        uint8_t expected = 0;
+        stop_signal.compare_exchange_strong(expected, 1);
+    }
+    td.eval.searching = false;
+}
+
+double effective_branching_factor() {
+    const ThreadData* td = thread_table[1];
+    if (shell.pbench && thread_table[0]) td = thread_table[0];
+    if (!td) return 2.0;
+    int d = td->completed_depth;
+    if (d < 6 || d >= kMaxPly) return 2.0;
+    double n1 = double(td->nodes_at_depth[d]), n0 = double(td->nodes_at_depth[d - 4]);
+    if (n1 <= 0 || n0 <= 0) return 2.0;
+    return std::pow(n1 / n0, 0.25);
+}

@@ -1,0 +1,193 @@
+#include "search/move_picker.h"
+
+#include "board/make_move.h"
+#include "board/movegen.h"
+#include "board/see.h"
+#include "search/thread_data.h"
+
+namespace {
+
+uint16_t counter_move_for(const ThreadData& td, const Position& pos) {
+    Move last = td.last_move;
+    if (!last) return 0;
+    int to = move_to(last);
+    return td.counter_moves[pos.board[to]][to];
+}
+
+// Captures and promotions of the picker's capture stage.
+void score_captures(Position& pos, MoveEntry* begin, MoveEntry* end, Move last_move) {
+    int last_to = last_move ? move_to(last_move) : -1;
+    for (MoveEntry* e = begin; e != end; e++) {
+        Move m = e->move;
+        int score;
+        if (m & (kPromoteKnight | kPromoteBishop | kPromoteRook)) {
+            score = 8;
+        } else if (capture_not_losing(pos, m)) {
+            score = kVictimValue[piece_type(e->victim)] - kAttackerValue[piece_type(e->mover)];
+        } else {
+            score = piece_type(e->victim) + 8;
+        }
+        if (move_to(m) == last_to) score += 7;
+        e->score = static_cast<int16_t>(score);
+    }
+}
+
+void score_quiets(const ThreadData& td, const Position& pos, const SearchStackEntry& ss,
+                  MoveEntry* begin, MoveEntry* end, bool in_check) {
+    uint16_t counter = counter_move_for(td, pos);
+    for (MoveEntry* e = begin; e != end; e++) {
+        Move m = e->move;
+        int score;
+        if (!in_check) {
+            score = td.history_table[e->mover][move_to(m)] / 128;
+            if (m == ss.killer_null || m == ss.killer1 || (counter && m == counter))
+                score += 64;
+            else if (m == ss.killer2)
+                score += 54;
+        } else {
+            score = m == ss.killer_evasion ? 90 : (counter && m == counter) ? 70 : 1;
+        }
+        e->score = static_cast<int16_t>(score);
+    }
+}
+
+}  // namespace
+
+void pick_best(MoveEntry* entry) {
+    MoveEntry* best = entry;
+    for (MoveEntry* e = entry + 1; e->move != kMoveListEnd; e++)
+        if (e->score > best->score) best = e;
+    if (best != entry) {
+        MoveEntry t = *entry;
+        *entry = *best;
+        *best = t;
+    }
+}
+
+MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check) {
+    SearchStackEntry& ss = td.stack[ply];
+    int side = pos.side_to_move;
+    for (;;) {
+        switch (ss.stage) {
+            case STAGE_HASH_MOVE: {
+                ss.stage = STAGE_GEN_CAPTURES;
+                if (ss.hash_move) {
+                    Move m = ss.hash_move;
+                    ss.hash_entry = MoveEntry{m, 255, pos.board[move_from(m)], pos.board[move_to(m)]};
+                    return &ss.hash_entry;
+                }
+                break;
+            }
+            case STAGE_GEN_CAPTURES: {
+                MoveEntry* end = gen_pawn_captures(pos, side, ss.move_list);
+                end = gen_piece_captures(pos, side, end);
+                end = gen_promotions(pos, side, end);
+                end->move = kMoveListEnd;
+                ss.list_end = end;
+                td.stack[ply + 1].move_list = end + 1;
+                score_captures(pos, ss.move_list, end, td.last_move);
+                ss.next = ss.move_list;
+                ss.stage = STAGE_GOOD_CAPTURES;
+                break;
+            }
+            case STAGE_GOOD_CAPTURES: {
+                if (ss.next->move == kMoveListEnd) {
+                    ss.stage = STAGE_GEN_QUIETS;
+                    break;
+                }
+                pick_best(ss.next);
+                if (ss.next->score <= 180) {
+                    ss.stage = STAGE_GEN_QUIETS;
+                    break;
+                }
+                MoveEntry* e = ss.next++;
+                if (e->move == ss.hash_move && ss.legal_moves > 0) break;
+                return e;
+            }
+            case STAGE_GEN_QUIETS: {
+                MoveEntry* begin = ss.list_end;
+                MoveEntry* end = gen_quiet_moves(pos, side, begin);
+                end->move = kMoveListEnd;
+                ss.list_end = end;
+                td.stack[ply + 1].move_list = end + 1;
+                score_quiets(td, pos, ss, begin, end, in_check);
+                ss.stage = STAGE_SORTED_QUIETS;
+                break;
+            }
+            case STAGE_SORTED_QUIETS: {
+                if (ss.next->move == kMoveListEnd) {
+                    ss.stage = STAGE_DONE;
+                    return nullptr;
+                }
+                pick_best(ss.next);
+                MoveEntry* e = ss.next++;
+                if (e->score < 4 || ss.legal_moves > 15) ss.stage = STAGE_REST;
+                if (e->move == ss.hash_move && ss.legal_moves > 0) break;
+                return e;
+            }
+            case STAGE_REST: {
+                if (ss.next->move == kMoveListEnd) {
+                    ss.stage = STAGE_DONE;
+                    return nullptr;
+                }
+                MoveEntry* e = ss.next++;
+                if (e->move == ss.hash_move && ss.legal_moves > 0) break;
+                return e;
+            }
+            default:
+                return nullptr;
+        }
+    }
+}
+
+void score_moves(ThreadData& td, const Position& pos, MoveEntry* list) {
+    const SearchStackEntry& ss = td.stack[td.ply];
+    uint16_t counter = counter_move_for(td, pos);
+    for (MoveEntry* e = list; e->move != kMoveListEnd; e++) {
+        Move m = e->move;
+        int score;
+        if (m == ss.hash_move) {
+            score = 255;
+        } else if (e->victim) {
+            score = kVictimValue[piece_type(e->victim)] - kAttackerValue[piece_type(e->mover)];
+        } else if (m & kPromoteQueen) {
+            score = 200 - kAttackerValue[piece_type(e->mover)];
+        } else {
+            score = td.history_table[e->mover][move_to(m)] / 128;
+            if (m == ss.killer_null || m == ss.killer1 || m == ss.killer2 || (counter && m == counter))
+                score += 64;
+        }
+        e->score = static_cast<int16_t>(score);
+    }
+}
+
+int game_end_state(Position& pos, bool in_check) {
+    ThreadData& td = *static_cast<ThreadData*>(pos.owner);
+    int ply = td.ply < 0 ? 0 : (td.ply >= kMaxPly ? kMaxPly - 1 : td.ply);
+    MoveEntry* list = td.stack[ply].move_list ? td.stack[ply].move_list : td.move_buffer;
+    int side = pos.side_to_move;
+    MoveEntry* end = generate_all(pos, list);
+    for (MoveEntry* e = list; e != end; e++)
+        if (is_legal(pos, side, e->move)) return 0;
+    return in_check ? 1 : 2;
+}
+
+void update_killers(ThreadData& td, const Position& pos, int ply, Move move, bool in_check) {
+    SearchStackEntry& ss = td.stack[ply];
+    Move last = td.last_move;
+    if (!in_check) {
+        if (!last) {
+            ss.killer_null = move;
+            return;
+        }
+        if (move != ss.killer1) {
+            ss.killer2 = ss.killer1;
+            ss.killer1 = move;
+        }
+    } else {
+        ss.killer_evasion = move;
+        if (!last) return;
+    }
+    int to = move_to(last);
+    td.counter_moves[pos.board[to]][to] = move;
+}

@@ -1,0 +1,39 @@
+#pragma once
+// Move ordering: the staged picker of the alpha-beta search (hash move,
+// good captures, then quiet moves by history, killers and counter move),
+// the one-pass scorer of complete lists, best-first selection, and the
+// history, killer and counter-move memories.
+
+#include <cstdint>
+
+#include "board/position.h"
+#include "board/types.h"
+
+struct ThreadData;
+
+// Ordering values of captured piece types (none, pawn .. king) and of
+// capturing piece types (index = type; pawn 1 .. king 6).
+inline constexpr int16_t kVictimValue[7] = {200, 210, 220, 220, 230, 240, 250};
+inline constexpr int16_t kAttackerValue[7] = {0, 1, 2, 3, 4, 5, 6};
+
+// Next move of the node at `ply` (whose stack entry keeps the stage), or
+// null when exhausted. Legality is the caller's test.
+MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check);
+
+// Swaps the highest-scored entry from `entry` to the end mark into `entry`;
+// the earliest wins ties.
+void pick_best(MoveEntry* entry);
+
+// Scores a complete list (root, ProbCut) in one pass.
+void score_moves(ThreadData& td, const Position& pos, MoveEntry* list);
+
+// 0 when the side to move has a legal move, 1 checkmate, 2 stalemate. Uses
+// the move list of the owner's current ply as scratch.
+int game_end_state(Position& pos, bool in_check);
+
+// History bonus and malus for a quiet move of `mover` to `to`.
+inline void history_bonus(int16_t& h) { h = static_cast<int16_t>(h + (8192 - h) / 64); }
+inline void history_malus(int16_t& h) { h = static_cast<int16_t>(h - h / 128); }
+
+// Killer and counter-move update after a cut-off by a non-capture at `ply`.
+void update_killers(ThreadData& td, const Position& pos, int ply, Move move, bool in_check);

@@ -1,0 +1,521 @@
+#include "search/search.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdio>
+
+#include "board/attacks.h"
+#include "board/make_move.h"
+#include "board/movegen.h"
+#include "board/notation.h"
+#include "board/see.h"
+#include "eval/engine_params.h"
+#include "eval/evaluate.h"
+#include "search/iterate.h"
+#include "search/move_picker.h"
+#include "search/thread_data.h"
+#include "search/transposition_table.h"
+#include "shell/core/output.h"
+#include "shell/core/shell_state.h"
+#include "tablebase/probe.h"
+
+uint64_t tag_key = 0;
+
+namespace {
+
+constexpr int kMaxSearchPly = 65;  // nodes beyond this return their static evaluation
+constexpr Bitboard kFileA = 0x0101010101010101ULL;
+
+inline ThreadData& owner_of(Position& pos) { return *static_cast<ThreadData*>(pos.owner); }
+
+inline int relative_rank(int side, int square) { return side ? 7 - rank_of(square) : rank_of(square); }
+
+Bitboard all_pieces(const Position& pos) { return pos.pieces[0][0] | pos.pieces[1][0]; }
+
+// Squares of the files next to and including `file`, on the ranks ahead of
+// `square` from `side`'s view.
+Bitboard front_span(int side, int square) {
+    int f = file_of(square), r = rank_of(square);
+    Bitboard files = kFileA << f;
+    if (f > 0) files |= kFileA << (f - 1);
+    if (f < 7) files |= kFileA << (f + 1);
+    Bitboard ahead = side == kWhite ? (r < 7 ? ~Bitboard(0) << (8 * (r + 1)) : 0)
+                                    : (Bitboard(1) << (8 * r)) - 1;
+    return files & ahead;
+}
+
+void print_tagged_stack(ThreadData& td, Position& pos, int ply) {
+    send_line("ply depth alpha    beta    eval    move   pv");
+    for (int p = 1; p < ply && p < kMaxPly; p++) {
+        const SearchStackEntry& s = td.stack[p];
+        char text[kMoveTextSize] = "null";
+        if (s.current) move_to_text(s.current->move, text);
+        send_linef("%2d. %3d  %6d  %6d  %6d  %6s   %d", p, s.depth, s.alpha, s.beta, s.static_eval, text,
+                   s.pv_node);
+    }
+    print_board(pos);
+    send_line("");
+    print_board(pos);
+}
+
+// Attack on `square` by `side` with the piece on `lifted` taken off the board.
+bool attacked_without(const Position& pos, int square, int side, int lifted) {
+    Bitboard occ = all_pieces(pos) & ~square_bit(lifted);
+    Bitboard keep = ~square_bit(lifted);
+    const Bitboard* p = pos.pieces[side];
+    if (p[kPawn] & keep & pawn_attacks[side ^ 1][square]) return true;
+    if (p[kKnight] & keep & knight_attacks[square]) return true;
+    if (p[kKing] & keep & king_attacks[square]) return true;
+    if ((p[kBishop] | p[kQueen]) & keep & bishop_attacks(square, occ)) return true;
+    if ((p[kRook] | p[kQueen]) & keep & rook_attacks(square, occ)) return true;
+    return false;
+}
+
+constexpr int kOpposite[8] = {kSouth, kWest, kSouthWest, kSouthEast, kNorth, kEast, kNorthEast, kNorthWest};
+
+// Squares reached from `square` in one direction up to and including the
+// first piece of `occ`.
+Bitboard ray_attack(int dir, int square, Bitboard occ) {
+    Bitboard r = ray[dir][square];
+    Bitboard blockers = r & occ;
+    if (!blockers) return r;
+    int b = dir < 4 ? lowest_square(blockers) : highest_square(blockers);
+    return r ^ ray[dir][b];
+}
+
+// Late-move pruning spares a quiet move that creates a threat: an attack on
+// the enemy king's surroundings or on a more valuable piece.
+bool creates_threat(const Position& pos, int side, const MoveEntry& e) {
+    int from = move_from(e.move), to = move_to(e.move);
+    int type = piece_type(e.mover);
+    int enemy = side ^ 1;
+    int king_sq = pos.piece_list[enemy][kKing][0];
+    if (king_sq >= 64) return false;
+    Bitboard zone = king_attacks[king_sq];
+    const Bitboard* ep = pos.pieces[enemy];
+    switch (type) {
+        case kPawn:
+            return pawn_attacks[side][to] & (zone | ep[kKnight] | ep[kBishop] | ep[kRook] | ep[kQueen]);
+        case kKnight:
+            return knight_attacks[to] & (zone | ep[kRook] | ep[kQueen]);
+        case kKing:
+            return false;
+        default:
+            break;
+    }
+    Bitboard occ = (all_pieces(pos) & ~square_bit(from)) | square_bit(to);
+    Bitboard from_bit = square_bit(from);
+    // Direct attacks on bigger pieces along new lines.
+    for (int dir = 0; dir < 8; dir++) {
+        bool diagonal = dir == kNorthEast || dir == kNorthWest || dir == kSouthWest || dir == kSouthEast;
+        if ((type == kBishop && !diagonal) || (type == kRook && diagonal)) continue;
+        if ((ray[dir][to] | ray[kOpposite[dir]][to]) & from_bit) continue;
+        Bitboard reach = ray_attack(dir, to, occ);
+        if (type == kBishop && (reach & (ep[kRook] | ep[kQueen]))) return true;
+        if (type == kRook && (reach & ep[kQueen])) return true;
+    }
+    // Support of an attack on the king zone through own sliders of the same kind.
+    const Bitboard* own = pos.pieces[side];
+    for (int dir = 0; dir < 8; dir++) {
+        bool diagonal = dir == kNorthEast || dir == kNorthWest || dir == kSouthWest || dir == kSouthEast;
+        if ((type == kBishop && !diagonal) || (type == kRook && diagonal)) continue;
+        if ((ray[dir][to] | ray[kOpposite[dir]][to]) & from_bit) continue;
+        Bitboard same_kind = diagonal ? (own[kBishop] | own[kQueen]) : (own[kRook] | own[kQueen]);
+        Bitboard reach = ray_attack(dir, to, occ & ~same_kind) & zone;
+        while (reach) {
+            int sq = lowest_square(reach);
+            reach &= reach - 1;
+            if (attacked_without(pos, sq, side, from)) return true;
+        }
+    }
+    return false;
+}
+
+inline void copy_line(uint16_t* pv, const uint16_t* child, int from_index) {
+    for (int i = from_index; i < kMaxPly; i++) {
+        pv[i] = child[i];
+        if (!child[i]) break;
+    }
+}
+
+}  // namespace
+
+int faded_draw_value(int side, int history_count) {
+    int v = draw_value[side];
+    if (history_count <= 100) return v;
+    if (history_count > 200) return 0;
+    return v / 2;
+}
+
+int classify_move(const Position& pos, int side, const MoveEntry& e) {
+    Move m = e.move;
+    int to = move_to(m);
+    int type = piece_type(e.mover);
+    int flags = 0;
+    if (e.victim || (type == kPawn && to == pos.ep_square)) flags |= FLAG_CAPTURE;
+    int chk = gives_check(pos, side, e);
+    if (chk == 1) flags |= FLAG_CHECK;
+    if (chk == 2) flags |= FLAG_CHECK | FLAG_DISCOVERED;
+    if (type == kPawn) {
+        int rr = relative_rank(side, to);
+        if (rr == 6) flags |= FLAG_PAWN_SEVENTH;
+        if (m & kPromoteQueen) flags |= FLAG_QUEEN_PROMOTION;
+        if ((rr == 4 || rr == 5) && !(pos.pieces[side ^ 1][kPawn] & front_span(side, to)))
+            flags |= FLAG_FREE_PAWN;
+    }
+    return flags;
+}
+
+int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int pv_node, uint16_t* pv) {
+    ThreadData& td = owner_of(pos);
+
+    // 1. Node count and node limit.
+    bump(td.nodes);
+    if (td.nodes.load(std::memory_order_relaxed) > td.node_limit && td.completed_depth > 1) {
+        stop_signal = 1;
+        return 0;
+    }
+    if (ply > td.seldepth) td.seldepth = static_cast<uint8_t>(ply);
+
+    if (tag_key && full_key(pos) == tag_key) print_tagged_stack(td, pos, ply);
+
+    // 3. Mate-distance bounds.
+    alpha = std::max(alpha, ply - 10000);
+    beta = std::min(beta, 9999 - ply);
+    if (beta <= alpha) return alpha;
+
+    // 4. This ply's stack entry.
+    SearchStackEntry& ss = td.stack[ply];
+    ss.pv_node = static_cast<int16_t>(pv_node);
+    ss.alpha = static_cast<int16_t>(alpha);
+    ss.beta = static_cast<int16_t>(beta);
+    ss.eval = EvalStackOutput{};
+    ss.extended = ss.reduction = ss.in_iid = ss.move_flags = ss.legal_moves = 0;
+    ss.hash_move = 0;
+    ss.stage = STAGE_HASH_MOVE;
+    ss.tb_result = -1;
+    ss.current = nullptr;
+    td.stack[ply + 1].move_list = ss.move_list;
+    td.stack[ply + 2].killer1 = td.stack[ply + 2].killer2 = 0;
+    pv[ply] = 0;
+    pv[ply + 1] = 0;
+
+    bool in_check_now = in_check(pos, side);
+
+    // 6. Fifty-move rule and repetitions.
+    int fifty = pos.fifty_count;
+    if (fifty > 3) {
+        if (fifty >= 100 && game_end_state(pos, in_check_now) == 0) return 0;
+        int hc = td.history_count;
+        int needed = ply < 4 ? 2 : 1;
+        int found = 0;
+        for (int k = 4; k <= fifty && hc - k >= 0; k += 2) {
+            if (td.history[hc - k].hash_key == pos.hash_key && ++found >= needed)
+                return faded_draw_value(side, hc);
+        }
+    }
+
+    // 7. Below a tablebase position every node re-probes.
+    if (ply >= 2 && td.stack[ply - 1].tb_result != -1) {
+        int parent = td.stack[ply - 1].tb_result;
+        int r = tb_largest ? tb_probe_wdl(pos, depth) : -1;
+        if (r >= 0) {
+            bump(td.tb_hits);
+            ss.tb_result = r;
+            if (r > 4 - parent) return beta;
+        }
+        if (ply == 2 && root_tb_move && td.last_move != root_tb_move && fifty > 30) return beta;
+    }
+
+    // 8. Tablebase probe right after a capture or pawn move.
+    if (fifty == 0 && tb_largest && root_tb_result.load(std::memory_order_relaxed) == -1) {
+        int r = tb_probe_wdl(pos, depth);
+        if (r >= 0) {
+            bump(td.tb_hits);
+            ss.tb_result = r;
+            int score = r == 4 ? 9799 - ply : (r == 0 ? ply - 9800 : 0);
+            return score <= alpha ? alpha : score;
+        }
+    }
+
+    // 9. Static evaluation.
+    int static_eval = evaluate(pos, td.eval, ss.eval, ply, in_check_now);
+    ss.static_eval = static_cast<int16_t>(static_eval);
+    ss.depth = static_cast<int16_t>(depth);
+
+    if (ply > kMaxSearchPly) return in_check_now ? 0 : static_eval;
+
+    if (!in_check_now) {
+        if (ss.eval.material_draw) return static_eval;
+        if (depth < 1) return qsearch(pos, side, ply, depth, alpha, beta, pv_node, pv);
+    }
+
+    // 12. Transposition table.
+    bump(td.hash_probes);
+    int tt_depth = -99, tt_score = -10000;
+    bool tt_fail_low = false, tt_fail_high = false;
+    if (hash_mode) {
+        TTRead t = tt_read(full_key(pos), side, ply, pos.board);
+        tt_depth = t.depth;
+        if (t.hit) {
+            bump(td.hash_hits);
+            ss.hash_move = t.move;
+            tt_score = t.score;
+            bool raised = false;
+            if (t.depth >= depth && fifty + depth < 90) {
+                if (!pv_node || (ply > 11 && (tt_score < -8999 || tt_score > 9001))) {
+                    if (tt_score > alpha && t.bound != BOUND_UPPER) {
+                        if (tt_score >= beta) return tt_score;
+                        alpha = tt_score;
+                        raised = true;
+                    } else if (tt_score < beta && t.bound != BOUND_LOWER) {
+                        beta = tt_score;
+                    }
+                }
+                if (beta <= alpha) return alpha;
+            }
+            if (raised) {
+                tt_fail_low = t.bound != BOUND_LOWER;
+                tt_fail_high = false;
+            } else {
+                tt_fail_low = tt_score <= alpha && t.bound != BOUND_LOWER;
+                tt_fail_high = tt_score >= beta && t.bound != BOUND_UPPER;
+            }
+        } else {
+            tt_score = -10000;
+        }
+    }
+
+    const EngineParams& p = params;
+    bool low_material = pos.phase_material[0] + pos.phase_material[1] < 4;
+
+    // 14. Razoring.
+    if (depth <= p.FP_depth && static_eval <= alpha - p.FP_margin * depth && !low_material && !pv_node &&
+        !in_check_now && !tt_fail_high)
+        return qsearch(pos, side, ply, 0, alpha, beta, pv_node, pv);
+
+    // 15. Static-evaluation pruning and ProbCut.
+    if (static_eval > beta + 24) {
+        if (depth <= p.SEP_depth) {
+            bool skip = static_eval < beta + ss.eval.threat[side] / 2 || low_material || pv_node ||
+                        in_check_now || tt_fail_low;
+            if (!skip) {
+                if (static_eval >= beta + p.SEP_margin * depth) return beta;
+                if (depth < 3) {
+                    bool hanging = false;
+                    Bitboard occ = all_pieces(pos);
+                    Bitboard own = pos.pieces[side][0] & ~pos.pieces[side][kKing];
+                    while (own && !hanging) {
+                        int sq = lowest_square(own);
+                        own &= own - 1;
+                        int v = see(pos, side ^ 1, kNoSquare, sq, occ, true);
+                        if (v >= 1 && static_eval - v - 99 <= beta) hanging = true;
+                    }
+                    if (!hanging) return beta;
+                }
+            }
+        }
+        if (depth > 4 && !low_material && !pv_node && !tt_fail_low) {
+            MoveEntry* list = ss.move_list;
+            MoveEntry* end = gen_pawn_captures(pos, side, list);
+            end = gen_piece_captures(pos, side, end);
+            end = gen_promotions(pos, side, end);
+            end->move = kMoveListEnd;
+            td.stack[ply + 1].move_list = end + 1;
+            score_moves(td, pos, list);
+            int threshold = beta + 125;
+            uint16_t child_pv[kMaxPly];
+            for (MoveEntry* e = list; e->move != kMoveListEnd; e++) {
+                pick_best(e);
+                Move m = e->move;
+                if (!is_legal(pos, side, m)) continue;
+                if (see(pos, side, move_from(m), move_to(m), all_pieces(pos), false) <= 99) continue;
+                ss.current = e;
+                make_move(pos, m);
+                int score = -search(pos, side ^ 1, ply + 1, depth - 4, -threshold, -threshold + 1, 0, child_pv);
+                unmake_move(pos);
+                if (stop_signal.load(std::memory_order_relaxed)) return 0;
+                if (score >= threshold) return beta;
+            }
+            ss.current = nullptr;
+            td.stack[ply + 1].move_list = ss.move_list;
+        }
+    }
+
+    // 16. Null move.
+    if (depth >= p.NMP_depth && static_eval > beta + 11 && !tt_fail_low && !low_material && !pv_node &&
+        !in_check_now) {
+        int hc = td.history_count;
+        bool prev_null = (hc >= 1 && td.history[hc - 1].move == 0) || (hc >= 2 && td.history[hc - 2].move == 0);
+        if (!prev_null) {
+            int r = (depth > 7 && pos.phase_material[side] > 5) ? 4 : 3;
+            int new_depth = std::max(1, depth - r);
+            if (move_trace_hook) move_trace_hook(pos, 0);
+            ss.current = nullptr;
+            make_null_move(pos);
+            uint16_t child_pv[kMaxPly];
+            int score = -search(pos, side ^ 1, ply + 1, new_depth - 1, -beta, -alpha, 0, child_pv);
+            unmake_null_move(pos);
+            if (stop_signal.load(std::memory_order_relaxed)) return 0;
+            if (score >= beta) {
+                if (depth < 5) return beta;
+                depth -= 4;
+                ss.depth = static_cast<int16_t>(depth);
+            }
+        }
+    }
+
+    ss.tt_score = static_cast<int16_t>(tt_score);
+
+    // 18. Internal iterative deepening.
+    int iid_depth = (pv_node || depth < 5) ? depth - 3 : depth - 5 + (depth < 11 ? 1 : 0);
+    if (iid_depth >= 1 && (tt_depth < iid_depth || ss.hash_move == 0) && static_eval >= alpha - 199) {
+        ss.in_iid = 1;
+        int s = search_moves(pos, side, ply, iid_depth, alpha, beta, in_check_now, pv_node, pv);
+        ss.in_iid = 0;
+        if (stop_signal.load(std::memory_order_relaxed)) return 0;
+        ss.tt_score = static_cast<int16_t>(s);
+        if (s > alpha) ss.hash_move = pv[ply];
+    }
+
+    int score = search_moves(pos, side, ply, depth, alpha, beta, in_check_now, pv_node, pv);
+    if (score <= alpha) return alpha;
+    if (score > beta) return beta;
+    return score;
+}
+
+int search_moves(Position& pos, int side, int ply, int depth, int alpha, int beta, bool in_check_now,
+                 int pv_node, uint16_t* pv) {
+    ThreadData& td = owner_of(pos);
+    SearchStackEntry& ss = td.stack[ply];
+    const EngineParams& p = params;
+
+    pv[ply] = 0;
+    ss.legal_moves = 0;
+    ss.stage = STAGE_HASH_MOVE;
+    int best = -10000;
+    Move best_move = 0;
+    const uint8_t entry_credit = td.extension_credit;
+    const int alpha_in = alpha, beta_in = beta;
+
+    bool lmp_on = depth <= p.LMP_depth && !in_check_now && !ss.in_iid && !pv_node;
+    bool lmr_on = depth >= p.LMR_depth && !in_check_now && td.iteration_depth.load(std::memory_order_relaxed) / 2 < ply + depth;
+    int failed = 0;
+    int static_eval = ss.static_eval;
+    int grand_eval = ply >= 2 ? td.stack[ply - 2].static_eval : static_eval;
+    int depth_index = std::min(depth, 69);
+    uint16_t child_pv[kMaxPly];
+
+    while (MoveEntry* e = next_move(td, pos, ply, in_check_now)) {
+        Move m = e->move;
+        if (!is_legal(pos, side, m)) continue;
+
+        int flags = in_check_now ? 0 : classify_move(pos, side, *e);
+        int type = piece_type(e->mover);
+        bool castling = type == kKing && (move_to(m) - move_from(m) == 2 || move_from(m) - move_to(m) == 2);
+
+        // Late-move pruning.
+        int cnl = -1;  // capture_not_losing, computed when first needed
+        auto not_losing = [&]() {
+            if (cnl < 0) cnl = capture_not_losing(pos, m) ? 1 : 0;
+            return cnl == 1;
+        };
+        if (lmp_on && best > -9698 && flags == 0 && failed > p.LMP_count * depth && !castling) {
+            bool threat_ok = e->score > 39 || creates_threat(pos, side, *e);
+            if (!(threat_ok && not_losing())) continue;
+        }
+
+        // Late-move reduction.
+        int r = 0;
+        if (lmr_on) {
+            if (flags) {
+                if (not_losing() || (flags & FLAG_DISCOVERED))
+                    r = 0;
+                else
+                    r = (flags & (FLAG_CAPTURE | FLAG_CHECK)) == (FLAG_CAPTURE | FLAG_CHECK) ? 0 : 1;
+            } else if (!(e->score >= 40 && not_losing())) {
+                r = p.lmr_table[pv_node ? 1 : 0][depth_index][std::min(failed, 31)];
+                if (e->score < 21 && failed > 4 && r < 3 && (!not_losing() || static_eval < grand_eval - 150)) r++;
+            }
+            if (depth - r < 1) r = depth - 1;
+        }
+
+        // Fractional extensions.
+        ss.extended = 0;
+        int d = depth;
+        if (!in_check_now) {
+            int full = 0, half = 0;
+            if ((flags & FLAG_DISCOVERED) || ((flags & (FLAG_CHECK | FLAG_PAWN_SEVENTH)) && not_losing())) {
+                full = 16;
+                half = 8;
+            } else if (flags & FLAG_CAPTURE) {
+                if (ply < 6) {
+                    full = 8;
+                    half = 4;
+                } else {
+                    full = 4;
+                    half = 2;
+                }
+            }
+            int inc = (pv_node || depth < 2) ? full : half;
+            int credit = td.extension_credit + inc;
+            if (credit >= 16) {
+                credit -= 16;
+                ss.extended = 1;
+                r = 0;
+                d = depth + 1;
+            }
+            td.extension_credit = static_cast<uint8_t>(credit);
+        }
+
+        ss.reduction = static_cast<int16_t>(r);
+        ss.move_flags = static_cast<int16_t>(flags);
+        ss.current = e;
+        make_move(pos, m);
+
+        int score;
+        if (best == -10000 || d < 2) {
+            score = -search(pos, side ^ 1, ply + 1, d - 1, -beta, -alpha, pv_node, child_pv);
+        } else {
+            score = -search(pos, side ^ 1, ply + 1, d - r - 1, -alpha - 1, -alpha, 0, child_pv);
+            if (score > alpha) {
+                if (e->victim == 0 && !in_check_now) history_bonus(td.history_table[e->mover][move_to(m)]);
+                score = -search(pos, side ^ 1, ply + 1, d - 1, -beta, -alpha, pv_node, child_pv);
+            }
+        }
+        unmake_move(pos);
+        td.extension_credit = entry_credit;
+        if (stop_signal.load(std::memory_order_relaxed)) return 0;
+        ss.legal_moves++;
+
+        if (score <= alpha) failed++;
+        if (e->victim == 0 && !in_check_now) {
+            int16_t& h = td.history_table[e->mover][move_to(m)];
+            if (score > alpha)
+                history_bonus(h);
+            else
+                history_malus(h);
+            if (score >= beta && depth >= 4) history_bonus(h);
+        }
+
+        if (score > best) {
+            best = score;
+            best_move = m;
+            pv[ply] = m;
+            alpha = std::max(alpha, score);
+            if (score >= beta) break;
+            copy_line(pv, child_pv, ply + 1);
+        }
+    }
+
+    if (ss.legal_moves == 0) best = in_check_now ? ply - 10000 : draw_value[side];
+
+    if (hash_mode && depth >= 0) tt_store(full_key(pos), side, ply, depth, alpha_in, beta_in, best, best_move);
+
+    if (best >= beta && best_move && pos.board[move_to(best_move)] == 0)
+        update_killers(td, pos, ply, best_move, in_check_now);
+
+    ss.best_move = best_move;
+    ss.best_score = static_cast<int16_t>(best);
+    return best;
+}

@@ -1,0 +1,42 @@
+#include "search/thread_data.h"
+
+#include <cstring>
+#include <new>
+
+ThreadData* thread_table[kMaxThreads + 1] = {};
+int threads = 1;
+
+int allocate_thread_data(int index) {
+    if (index < 0 || index > kMaxThreads) return -1;
+    free_thread_data(index);
+    ThreadData* td = new (std::nothrow) ThreadData();  // value-initialised: zero-filled
+    if (!td) return -1;
+    td->thread_index = static_cast<uint8_t>(index);
+    td->perturb_seed = uint32_t(index) * 123;
+    td->pos.owner = td;
+    td->state.store(0);
+    td->ply = 1;
+    td->stack[0].move_list = td->move_buffer;
+    td->stack[1].move_list = td->move_buffer;
+    td->eval.trace_thread = index == 1;
+    thread_table[index] = td;
+    return 0;
+}
+
+void free_thread_data(int index) {
+    if (index < 0 || index > kMaxThreads) return;
+    delete thread_table[index];
+    thread_table[index] = nullptr;
+}
+
+void copy_game_position(ThreadData& to, const ThreadData& from) {
+    to.pos = from.pos;
+    to.pos.owner = &to;
+    to.last_move = from.last_move;
+    int count = from.history_count;
+    if (count < 0) count = 0;
+    if (count > kMaxHistory - 1) count = kMaxHistory - 1;
+    to.history_count = static_cast<int16_t>(count);
+    std::memcpy(to.history, from.history, sizeof(HistoryEntry) * (count + 1));
+    to.history[count].move = 0;
+}

@@ -1,0 +1,126 @@
+#pragma once
+// The per-thread block: the thread's own copy of the position and its move
+// history, the search stack, the move buffer, ordering memories, per-search
+// results and counters, and the evaluation's caches. Block 0 belongs to the
+// main thread and holds the game position; blocks 1..64 belong to workers.
+//
+// Fields the main thread or other workers read while a search runs are
+// atomics (relaxed): state, iteration_depth, root_score, root_state, root_pv,
+// score_at_depth and the node and hit counters. Everything else is touched
+// only by the owning thread.
+
+#include <atomic>
+#include <cstdint>
+
+#include "board/position.h"
+#include "board/types.h"
+#include "eval/eval_info.h"
+#include "eval/evaluate.h"
+#include "search/search_result.h"
+
+inline constexpr int kMaxThreads = 64;
+
+// Move-selection stages of the staged picker.
+enum : uint8_t {
+    STAGE_HASH_MOVE = 0,
+    STAGE_GEN_CAPTURES = 1,
+    STAGE_GOOD_CAPTURES = 3,
+    STAGE_GEN_QUIETS = 4,
+    STAGE_SORTED_QUIETS = 6,
+    STAGE_REST = 7,
+    STAGE_DONE = 8,
+};
+
+// Move classification bits (move_flags).
+enum : uint8_t {
+    FLAG_CAPTURE = 1,
+    FLAG_CHECK = 2,
+    FLAG_DISCOVERED = 4,
+    FLAG_PAWN_SEVENTH = 8,
+    FLAG_QUEEN_PROMOTION = 16,
+    FLAG_FREE_PAWN = 32,
+};
+
+struct SearchStackEntry {
+    int16_t pv_node;
+    EvalStackOutput eval;   // threat[2] and the dead-draw flag (material_draw), set by evaluate
+    int16_t depth;
+    int16_t static_eval;
+    int16_t alpha, beta;    // window at entry, after mate-distance bounds
+    int16_t tt_score;       // probed score, later the IID result
+    int16_t extended;
+    int16_t reduction;
+    int16_t in_iid;
+    int16_t move_flags;
+    int16_t legal_moves;
+    int16_t best_score;
+    int32_t tb_result;      // 0 loss .. 4 win, -1 none
+    uint16_t best_move;
+    uint16_t hash_move;
+    uint16_t killer_null;
+    uint16_t killer1, killer2;
+    uint16_t killer_evasion;
+    uint8_t stage;
+    MoveEntry* move_list;   // start of this ply's list in the move buffer
+    MoveEntry* list_end;    // the end mark of the list as generated so far
+    MoveEntry* next;        // next list entry the picker looks at
+    MoveEntry* current;     // entry being searched (null for a null move)
+    MoveEntry hash_entry;   // the hash move as a list entry (stage 0)
+};
+
+inline constexpr int kMoveBufferSize = (kMaxPly + 1) * kMaxMoves;
+
+struct ThreadData : BoardHistory {
+    uint8_t thread_index;
+    std::atomic<uint8_t> state;  // 0 idle, 1 searching, 99 exit requested
+    uint32_t perturb_seed;
+
+    Position pos;
+
+    SearchStackEntry stack[kMaxPly];
+    MoveEntry move_buffer[kMoveBufferSize];
+
+    int16_t history_table[16][64];
+    uint16_t counter_moves[16][64];
+
+    // Per-search results.
+    std::atomic<uint8_t> iteration_depth;
+    uint8_t completed_depth;
+    uint8_t seldepth;
+    std::atomic<int16_t> root_score;
+    std::atomic<uint8_t> root_state;  // 0 normal, 1 failing low, 2 failing high, 99 abandoned
+    std::atomic<uint16_t> root_pv[kMaxPly];  // index 1 = root move, zero-terminated
+    uint64_t nodes_at_depth[kMaxPly];
+    std::atomic<int16_t> score_at_depth[kMaxPly];
+    uint8_t extension_credit;          // sixteenths of a ply
+
+    // Counters, zeroed by prepare_search. The evaluation keeps its own
+    // cache counters inside `eval`.
+    std::atomic<uint64_t> nodes;
+    std::atomic<uint64_t> tb_hits;
+    std::atomic<uint64_t> hash_probes;
+    std::atomic<uint64_t> hash_hits;
+    uint64_t node_limit;               // 2^62 when there is none
+
+    EvalThreadState eval;
+};
+
+// Counters are written only by their own thread; a relaxed load and store
+// is enough and costs what a plain increment costs.
+inline void bump(std::atomic<uint64_t>& counter) {
+    counter.store(counter.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+}
+
+extern ThreadData* thread_table[kMaxThreads + 1];
+extern int threads;  // number of workers, 1..64
+
+// Frees the old block of that index and allocates a zero-filled one with its
+// identity, position owner, idle state and the move lists of plies 0 and 1
+// set. Returns 0, or -1 when memory is exhausted.
+int allocate_thread_data(int index);
+
+// Frees the block of that index (shutdown).
+void free_thread_data(int index);
+
+// Copies the game position and history of block 0 into the block.
+void copy_game_position(ThreadData& to, const ThreadData& from);

@@ -1,0 +1,35 @@
+#pragma once
+// Endgame tablebase access as the engine uses it: discovery along
+// SyzygyPath, the root probe before the first iteration, and WDL probes
+// inside the search.
+
+#include <cstdint>
+
+#include "board/position.h"
+#include "board/types.h"
+
+// Settings (settings file and UCI options).
+inline constexpr int kSyzygyPathSize = 1024;
+extern char SyzygyPath[kSyzygyPathSize];  // directories separated by ';'; empty = none
+extern int SyzygyProbeDepth5;             // 1..100: minimum depth of any probe in the search
+extern int SyzygyProbeDepth6;             // 1..100: minimum depth for 6-piece positions
+
+// Largest piece count among the registered tables, 0 when none.
+extern int tb_largest;
+
+// Root moves that keep the root result, engine move form, 0-terminated.
+inline constexpr int kMaxRootTbMoves = 192;
+extern Move root_tb_moves[kMaxRootTbMoves + 1];
+
+// (Re)initialises tablebase access for a path list and prints
+// "info string found %d tablebases" unless the path is empty or "<empty>".
+void tb_init(const char* path);
+
+// WDL result of the side to move: -1 not probed, else 0 loss, 1 blessed
+// loss, 2 draw, 3 cursed win, 4 win. Applies the depth, piece-count and
+// castling gates of the search.
+int tb_probe_wdl(const Position& pos, int depth);
+
+// Root probe: result 0..4 or -1 when not available; fills the WDL value,
+// |dtz|, the chosen move and root_tb_moves.
+int tb_probe_root(const Position& pos, int* wdl_out, int* dtz_out, Move* move_out);
