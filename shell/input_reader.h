@@ -35,7 +35,3 @@ bool take_command(InputReader& reader, char* command, std::size_t size);
 // True once the input has ended and every queued line has been taken.
 bool input_exhausted(const InputReader& reader);
 
-// Queues waiting input, then executes at most one line through the UCI or
-// console interpreter. When standard input has ended and nothing is left, asks
-// the main loop to shut down as "quit" does.
-void read_command();

@@ -6,17 +6,23 @@
 
 #include "shell/core/shell_state.h"
 
+// Workers print progress lines while the main thread answers commands; holding
+// the stream's lock for the text, its newline and the flush keeps lines whole.
+static void write_line(std::FILE* stream, const char* text) {
+    flockfile(stream);
+    std::fputs(text, stream);
+    std::fputc('\n', stream);
+    std::fflush(stream);
+    funlockfile(stream);
+}
+
 void log_line(const char* text) {
     if (!shell.log_enabled || !shell.log_file) return;
-    std::fputs(text, shell.log_file);
-    std::fputc('\n', shell.log_file);
-    std::fflush(shell.log_file);
+    write_line(shell.log_file, text);
 }
 
 void send_line(const char* text) {
-    std::fputs(text, stdout);
-    std::fputc('\n', stdout);
-    std::fflush(stdout);
+    write_line(stdout, text);
     log_line(text);
 }
 
@@ -29,11 +35,7 @@ void send_linef(const char* format, ...) {
     send_line(line);
 }
 
-void print_unlogged(const char* text) {
-    std::fputs(text, stdout);
-    std::fputc('\n', stdout);
-    std::fflush(stdout);
-}
+void print_unlogged(const char* text) { write_line(stdout, text); }
 
 bool open_log_file() {
     static const char* const name = "vorn.log";

@@ -1,0 +1,84 @@
+#include "shell/game_position.h"
+
+#include <chrono>
+#include <cstring>
+#include <thread>
+
+#include "board/make_move.h"
+#include "board/movegen.h"
+#include "search/threads.h"
+#include "shell/core/shell_state.h"
+
+void set_game_fen(const char* fen) {
+    ThreadData& block = game_block();
+    parse_fen(block.pos, fen);
+    block.last_move = 0;
+    block.history[block.history_count].move = 0;
+}
+
+bool is_playable_move(const Position& pos, Move move) {
+    if (move == kNoMove) return false;
+    MoveEntry list[kMaxMoves];
+    generate_all(pos, list);
+    for (const MoveEntry* entry = list; entry->move != kMoveListEnd; ++entry) {
+        if (entry->move == move) return is_legal(pos, pos.side_to_move, move);
+    }
+    return false;
+}
+
+bool game_history_has_room() { return game_block().history_count < kGameHistoryLimit; }
+
+bool play_game_move(Move move) {
+    if (!game_history_has_room()) return false;
+    ThreadData& block = game_block();
+    make_move(block.pos, move);
+    block.history[block.history_count].move = 0;
+    return true;
+}
+
+Move replayable_move() {
+    const ThreadData& block = game_block();
+    if (!game_history_has_room()) return kNoMove;
+    Move move = block.history[block.history_count].move;
+    return is_playable_move(block.pos, move) ? move : kNoMove;
+}
+
+const char* unsearchable_reason(const Position& pos) {
+    for (int side = 0; side < 2; ++side) {
+        if (pos.pieces[side][kKing] == 0 || (pos.pieces[side][kKing] & (pos.pieces[side][kKing] - 1)))
+            return "each side needs exactly one king";
+    }
+    constexpr Bitboard kBackRanks = 0xFF000000000000FFull;
+    if ((pos.pieces[kWhite][kPawn] | pos.pieces[kBlack][kPawn]) & kBackRanks)
+        return "pawns on the first or last rank";
+    if (in_check(pos, pos.side_to_move ^ 1)) return "the side not to move is in check";
+    return nullptr;
+}
+
+Move read_coordinate_move(const char* word) {
+    std::size_t length = std::strlen(word);
+    if (length != 4 && length != 5) return kNoMove;
+    for (int i = 0; i < 4; i += 2) {
+        if (word[i] < 'a' || word[i] > 'h' || word[i + 1] < '1' || word[i + 1] > '8')
+            return kNoMove;
+    }
+    int from = (word[0] - 'a') + 8 * (word[1] - '1');
+    int to = (word[2] - 'a') + 8 * (word[3] - '1');
+    Move promotion = 0;
+    if (length == 5) {
+        switch (word[4]) {
+            case 'q': promotion = kPromoteQueen; break;
+            case 'n': promotion = kPromoteKnight; break;
+            case 'b': promotion = kPromoteBishop; break;
+            case 'r': promotion = kPromoteRook; break;
+            default: return kNoMove;
+        }
+    }
+    return encode_move(from, to, promotion);
+}
+
+void abandon_search_and_wait() {
+    if (count_searching() == 0) return;
+    stop_signal = 2;
+    while (count_searching() != 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}

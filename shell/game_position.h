@@ -1,0 +1,42 @@
+#pragma once
+// The game position in thread block 0, which every command changes, and the
+// guarded ways of changing it: the history never grows past
+// kGameHistoryLimit, and only legal moves of the side to move are played.
+
+#include "board/position.h"
+#include "board/types.h"
+#include "search/thread_data.h"
+
+inline constexpr const char* kStartFen = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
+
+inline ThreadData& game_block() { return *thread_table[0]; }
+inline Position& game_position() { return thread_table[0]->pos; }
+
+// Sets the game position from a FEN or EPD record; the history starts empty.
+void set_game_fen(const char* fen);
+
+// True when move is a legal move of the side to move in pos.
+bool is_playable_move(const Position& pos, Move move);
+
+// True while the game history can take another move.
+bool game_history_has_room();
+
+// Plays a move on the game position and forgets any taken-back moves beyond
+// it. Returns false, playing nothing, when the history is full.
+bool play_game_move(Move move);
+
+// The move taken back last that "]" would replay (a legal move of the side to
+// move stored at history_count), or 0.
+Move replayable_move();
+
+// Why a search of the position would be unsound (missing or extra kings, the
+// side not to move in check, pawns on the first or last rank), or nullptr.
+const char* unsearchable_reason(const Position& pos);
+
+// Reads a move word in coordinate notation ("e2e4", "e7e8q") as the 16-bit
+// move code, without consulting the position. Returns 0 for a malformed word.
+Move read_coordinate_move(const char* word);
+
+// Asks a running search to abandon its work and waits until every worker is
+// idle, so that shared tables and the game position may change.
+void abandon_search_and_wait();

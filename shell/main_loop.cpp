@@ -1,0 +1,109 @@
+#include "shell/main_loop.h"
+
+#include <chrono>
+#include <thread>
+
+#include "board/notation.h"
+#include "eval/engine_params.h"
+#include "search/iterate.h"
+#include "search/search_limits.h"
+#include "search/search_result.h"
+#include "search/threads.h"
+#include "search/time_manager.h"
+#include "search/transposition_table.h"
+#include "shell/console_commands.h"
+#include "shell/core/output.h"
+#include "shell/core/shell_state.h"
+#include "shell/game_position.h"
+#include "shell/read_command.h"
+
+namespace {
+
+void start_search() {
+    read_clock(1);
+    prepare_search();  // search_mode takes start_request; stop_signal 0; result cleared
+    const Position& pos = game_position();
+    // The opening book would be consulted here once it exists.
+    const char* reason = unsearchable_reason(pos);
+    if (reason) {
+        send_linef(shell.protocol_mode == 2 ? "info string not searching: %s" : "not searching: %s",
+                   reason);
+    } else if (pos.fifty_count <= 100) {
+        start_workers();
+    }
+    shell.start_request = 0;
+}
+
+void print_console_summary() {
+    const SearchResult& r = search_result;
+    char move[kMoveTextSize];
+    tt_sample_fill();
+    send_linef("move= %s, time= %0.3f, score= %d, nodes= %0.0f, nps= %0.0fK ebf= %0.2f",
+               move_to_text(r.best_move, move), r.elapsed, r.score, static_cast<double>(r.nodes),
+               static_cast<double>(r.nodes) / (r.elapsed + 0.001) * 0.001,
+               effective_branching_factor());
+    auto percent = [](uint64_t hits, uint64_t probes) {
+        return static_cast<double>(hits) * 100.0 / (static_cast<double>(probes) + 1.0);
+    };
+    send_linef("Hash fill= %.1f%%, Hash hits: main= %0.1f%%, pawn= %0.1f%%, eval= %0.1f%%, TB=%0.0fK",
+               hash_fill * 100.0, percent(r.hash_hits, r.hash_probes),
+               percent(r.pawn_hits, r.pawn_probes), percent(r.eval_hits, r.eval_probes),
+               static_cast<double>(r.tb_hits) / 1000.0);
+    send_line("");
+}
+
+void continue_self_play() {
+    const int side = game_position().side_to_move;
+    limits.clock[side] = limits.clock[side] - search_result.elapsed + limits.increment;
+    Move best = search_result.best_move;
+    if (best == kNoMove || !is_playable_move(game_position(), best) || !play_game_move(best)) {
+        shell.self_play = 0;
+        return;
+    }
+    show_game_position();
+    shell.start_request = 1;
+}
+
+}  // namespace
+
+void report_search() {
+    sum_counters();
+    print_search_line(1, 0, search_result.depth, search_result.score, search_result.pv);
+    if (shell.protocol_mode == 2) {
+        char best[kMoveTextSize];
+        char ponder[kMoveTextSize];
+        move_to_text(search_result.best_move, best);
+        if (search_result.ponder_move != kNoMove && search_result.best_move != kNoMove)
+            send_linef("bestmove %s ponder %s", best, move_to_text(search_result.ponder_move, ponder));
+        else
+            send_linef("bestmove %s", best);
+    } else {
+        print_console_summary();
+        if (shell.self_play) continue_self_play();
+    }
+    shell.search_mode = 0;
+}
+
+void run_normal_play() {
+    // Tablebase access would be initialised here with the configured path.
+    init_eval_tables();
+    set_game_fen(kStartFen);
+    if (shell.protocol_mode == 0) print_board(game_position());
+    shell.start_request = 0;
+    shell.quit_requested = 0;
+
+    while (!shell.quit_requested) {
+        // Poll input and the clock whenever no search can start at once, so
+        // a request made during a search never turns this into a busy loop.
+        if (shell.start_request == 0 || shell.search_mode != 0) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            check_time();
+            read_command();
+            if (shell.quit_requested) break;
+        }
+        if (shell.start_request != 0 && shell.search_mode == 0) start_search();
+        if (shell.search_mode != 0 && shell.search_mode != 2 && count_searching() == 0)
+            report_search();
+    }
+    stop_signal = 2;
+}

@@ -1,0 +1,3 @@
+#include "shell/play_settings.h"
+
+PlaySettings play_settings;

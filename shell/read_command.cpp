@@ -1,0 +1,26 @@
+#include "shell/read_command.h"
+
+#include "shell/console_commands.h"
+#include "shell/core/shell_state.h"
+#include "shell/input_reader.h"
+#include "shell/uci.h"
+#include "shell/words.h"
+
+#include <cstring>
+
+void read_command() {
+    fill_queue(console_input);
+    char command[kMaxCommandLength + 1];
+    if (!take_command(console_input, command, sizeof command)) {
+        if (input_exhausted(console_input)) {
+            // The interface closed our input: nobody is left to read a result.
+            stop_signal = 2;
+            shell.quit_requested = 1;
+        }
+        return;
+    }
+    if (shell.protocol_mode == 2 || std::strcmp(next_token(command).text, "uci") == 0)
+        execute_uci_command(command);
+    else
+        execute_console_command(command);
+}

@@ -1,0 +1,8 @@
+#pragma once
+// The command reader of the main loop, the benchmark and the tools.
+
+// Queues waiting standard input, then executes at most one line through the
+// UCI interpreter (UCI mode, or the word "uci" in console mode) or the console
+// commands. Returns at once when no complete line is waiting. When standard
+// input has ended and every line is done, asks for shutdown as "quit" does.
+void read_command();

@@ -1,0 +1,170 @@
+#include "shell/uci.h"
+
+#include <cstring>
+
+#include "board/notation.h"
+#include "search/search_limits.h"
+#include "search/threads.h"
+#include "search/transposition_table.h"
+#include "shell/core/output.h"
+#include "shell/core/shell_state.h"
+#include "shell/game_position.h"
+#include "shell/input_reader.h"
+#include "shell/words.h"
+
+namespace {
+
+// The text after the command word and one separator.
+const char* arguments_of(const char* line, const char* word) {
+    const char* start = std::strstr(line, word) + std::strlen(word);
+    return *start ? start + 1 : start;
+}
+
+void new_game() {
+    abandon_search_and_wait();
+    limits.time_mode = 0;
+    limits.move_time = 60.0;
+    limits.increment = 0.0;
+    limits.clock[0] = limits.clock[1] = 60.0;
+    game_block().history_count = 0;
+    game_block().history[0].move = 0;
+    if (hash_mode != 0) tt_clear();
+}
+
+// Plays the move words after "moves". A word that is not a legal move of the
+// side to move, or a move beyond the history's capacity, ends the list.
+void play_move_list(const char* list) {
+    char word[kCommandWordSize];
+    const char* p = list;
+    for (;;) {
+        while (*p == ' ') ++p;
+        if (!*p) break;
+        const char* start = p;
+        while (*p && *p != ' ') ++p;
+        std::size_t length = static_cast<std::size_t>(p - start);
+        if (length >= sizeof word) length = sizeof word - 1;
+        std::memcpy(word, start, length);
+        word[length] = '\0';
+
+        Move move = read_coordinate_move(word);
+        if (!is_playable_move(game_position(), move)) {
+            send_linef("info string illegal move %s in position command, it and the moves after it are ignored",
+                       word);
+            break;
+        }
+        if (!play_game_move(move)) {
+            send_linef("info string game history is full, moves from %s on are ignored", word);
+            break;
+        }
+    }
+}
+
+void set_position(const char* arguments) {
+    char text[kMaxCommandLength + 1];
+    copy_text(text, sizeof text, arguments);
+    const char* move_list = nullptr;
+    if (char* moves = std::strstr(text, "moves")) {
+        *moves = '\0';
+        move_list = moves[5] ? moves + 6 : moves + 5;
+    }
+    if (std::strstr(text, "startpos")) {
+        set_game_fen(kStartFen);
+    } else if (const char* fen = std::strstr(text, "fen")) {
+        fen += 3;
+        if (*fen) ++fen;
+        set_game_fen(fen);
+    } else {
+        return;
+    }
+    if (move_list) play_move_list(move_list);
+    game_block().history[game_block().history_count].move = 0;
+}
+
+// The value of a "go" keyword: the word after it.
+int64_t keyword_value(const char* arguments, const char* keyword) {
+    return read_integer(find_after(arguments, keyword));
+}
+
+void start_go(const char* arguments) {
+    // A new search replaces one still running, which is then not reported.
+    if (shell.search_mode != 0) {
+        abandon_search_and_wait();
+        shell.search_mode = 0;
+    }
+    stop_signal = 2;
+    limits.time_mode = 0;
+    shell.start_request = std::strstr(arguments, "ponder") ? 2 : 1;
+
+    auto seconds = [](int64_t ms) { return ms < 0 ? 0.0 : static_cast<double>(ms) * 0.001; };
+    const int side = game_position().side_to_move;
+    if (find_after(arguments, "wtime")) limits.clock[0] = seconds(keyword_value(arguments, "wtime"));
+    if (find_after(arguments, "btime")) limits.clock[1] = seconds(keyword_value(arguments, "btime"));
+    if (find_after(arguments, "winc") && side == 0)
+        limits.increment = seconds(keyword_value(arguments, "winc"));
+    if (find_after(arguments, "binc") && side == 1)
+        limits.increment = seconds(keyword_value(arguments, "binc"));
+    if (const char* value = find_after(arguments, "movestogo")) {
+        limits.time_mode = 40;
+        limits.moves_to_go = static_cast<int16_t>(read_clamped(value, 1, 10000));
+        limits.max_depth = kMaxDepthLimit;
+        limits.node_limit = 0;
+    }
+    if (const char* value = find_after(arguments, "depth")) {
+        limits.max_depth = static_cast<uint8_t>(read_clamped(value, 1, kMaxDepthLimit));
+        limits.time_mode = 1;
+        limits.move_time = 360000.0;
+    }
+    if (const char* value = find_after(arguments, "nodes")) {
+        limits.time_mode = 1;
+        limits.node_limit = static_cast<uint64_t>(read_clamped(value, 1, INT64_MAX));
+        limits.move_time = 10000000.0;
+    }
+    if (const char* value = find_after(arguments, "movetime")) {
+        limits.time_mode = 1;
+        limits.increment = 0.0;
+        limits.move_time = seconds(read_integer(value));
+    }
+    if (find_after(arguments, "infinite")) {
+        limits.time_mode = 1;
+        limits.max_depth = kMaxDepthLimit;
+        limits.node_limit = 0;
+        limits.move_time = 10000000.0;
+        limits.increment = 0.0;
+    }
+}
+
+}  // namespace
+
+void execute_uci_command(const char* line) {
+    Token command = next_token(line);
+    if (command.text[0] == '\0') return;
+    if (shell.log_enabled) send_linef("CMD: %s", line);
+
+    auto is = [&command](const char* name) { return std::strcmp(command.text, name) == 0; };
+    if (is("uci")) {
+        print_uci_identification();
+    } else if (is("isready")) {
+        // Answered at once, also during a search: the search goes on.
+        send_line("readyok");
+    } else if (is("setoption")) {
+        set_uci_option(arguments_of(line, "setoption"));
+    } else if (is("ucinewgame")) {
+        new_game();
+    } else if (is("position")) {
+        // A running search works on its own copy, so the game position may change.
+        set_position(arguments_of(line, "position"));
+    } else if (is("go")) {
+        start_go(arguments_of(line, "go"));
+    } else if (is("ponderhit")) {
+        if (shell.search_mode == 2) shell.search_mode = 1;
+    } else if (is("stop")) {
+        // Stop while idle is ignored rather than reporting the last search again.
+        if (shell.search_mode != 0) {
+            stop_signal = 1;
+            shell.search_mode = 1;
+        }
+    } else if (is("quit")) {
+        stop_signal = 2;
+        shell.quit_requested = 1;
+    }
+}

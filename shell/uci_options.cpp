@@ -1,0 +1,121 @@
+// The options a UCI interface can set, and the "uci" identification.
+
+#include <cstdlib>
+#include <cstring>
+
+#include "search/search_limits.h"
+#include "search/thread_data.h"
+#include "search/threads.h"
+#include "search/transposition_table.h"
+#include "shell/core/output.h"
+#include "shell/core/shell_state.h"
+#include "shell/game_position.h"
+#include "shell/play_settings.h"
+#include "shell/uci.h"
+#include "shell/words.h"
+
+void print_uci_identification() {
+    send_line("id name Vorn 3.50");
+    send_line("id author Arno Kestrel");
+    send_line("option name Hash type spin default 64 min 0 max 8192");
+    send_line("option name Threads type spin default 1 min 1 max 64");
+    send_line("option name Ponder type check default true");
+    send_line("option name MultiPV type spin default 1 min 1 max 255");
+    send_line("option name Clear Hash type button");
+    send_line("option name Communication Overhead type spin default 25 min 0 max 5000");
+    send_line("option name OwnBook type check default false");
+    send_line("option name Log type check default false");
+    send_linef("option name SyzygyPath type string default %s", play_settings.syzygy_path);
+    send_linef("option name SyzygyProbeDepth5 type spin default %d min 1 max 100",
+               play_settings.syzygy_probe_depth5);
+    send_linef("option name SyzygyProbeDepth6 type spin default %d min 1 max 100",
+               play_settings.syzygy_probe_depth6);
+    shell.log_enabled = 0;
+    play_settings.own_book = false;
+    send_line("uciok");
+    shell.protocol_mode = 2;
+}
+
+namespace {
+
+constexpr std::size_t kOptionNameSize = 64;
+constexpr std::size_t kOptionValueSize = sizeof PlaySettings{}.syzygy_path;
+
+// Splits "name <name> [value <value>]": the name runs up to the word "value"
+// (trailing blanks removed), the value is the first word after it.
+void split_option(const char* arguments, char* name, char* value) {
+    name[0] = value[0] = '\0';
+    const char* start = find_after(arguments, "name");
+    if (!start) return;
+    while (*start == ' ') ++start;
+    const char* end = std::strstr(start, " value");
+    const char* value_start = end ? end + 6 : nullptr;
+    if (!end) end = start + std::strlen(start);
+    while (end > start && end[-1] == ' ') --end;
+    std::size_t length = static_cast<std::size_t>(end - start);
+    if (length >= kOptionNameSize) length = kOptionNameSize - 1;
+    std::memcpy(name, start, length);
+    name[length] = '\0';
+    if (value_start) {
+        while (*value_start == ' ') ++value_start;
+        copy_word(value, kOptionValueSize, value_start);
+    }
+}
+
+void restart_threads(int count) {
+    abandon_search_and_wait();
+    stop_threads(threads);
+    threads = count;
+    if (start_threads(count) != 0) std::exit(-1);
+}
+
+}  // namespace
+
+void set_uci_option(const char* arguments) {
+    char name[kOptionNameSize];
+    char value[kOptionValueSize];
+    split_option(arguments, name, value);
+    auto is = [&name](const char* option) { return std::strcmp(name, option) == 0; };
+
+    if (is("Hash")) {
+        abandon_search_and_wait();
+        hash_size_mb = static_cast<int16_t>(read_clamped(value, 0, kHashMaxMb));
+        if (tt_allocate() != 0) std::exit(-1);
+        send_linef("info string Hash size set to %dM bytes", hash_size_mb);
+    } else if (is("Threads")) {
+        int count = static_cast<int>(read_clamped(value, 1, kMaxThreads));
+        if (count != threads) restart_threads(count);
+        send_linef("info string Threads set to %d", count);
+    } else if (is("Communication Overhead")) {
+        int ms = static_cast<int>(read_clamped(value, 0, 5000));
+        limits.overhead = ms * 0.001;
+        send_linef("info string Communication Overhead set to %d", ms);
+    } else if (is("Ponder")) {
+        limits.ponder_enabled = std::strcmp(value, "true") == 0 ? 1 : 0;
+    } else if (is("MultiPV")) {
+        limits.multipv = static_cast<int16_t>(read_clamped(value, 1, kMaxMultiPv));
+        send_linef("info string MultiPV set to %d", limits.multipv);
+    } else if (is("OwnBook")) {
+        play_settings.own_book = std::strcmp(value, "true") == 0;
+        send_linef("info string OwnBook set to %d", play_settings.own_book ? 1 : 0);
+    } else if (is("Log")) {
+        shell.log_enabled = std::strstr(value, "true") ? 1 : 0;
+        send_linef("info string Log set to %d", shell.log_enabled);
+    } else if (is("Clear Hash")) {
+        if (hash_mode != 0) {
+            abandon_search_and_wait();
+            tt_clear();
+            send_line("Hash table cleared");
+        }
+    } else if (is("SyzygyPath")) {
+        copy_text(play_settings.syzygy_path, sizeof play_settings.syzygy_path, value);
+        send_linef("info string SyzygyPath set to %s", play_settings.syzygy_path);
+        // Tablebase access would be initialised again here once it exists.
+    } else if (is("SyzygyProbeDepth5")) {
+        play_settings.syzygy_probe_depth5 = static_cast<int>(read_clamped(value, 1, 100));
+        send_linef("info string SyzygyProbeDepth5 set to %d", play_settings.syzygy_probe_depth5);
+    } else if (is("SyzygyProbeDepth6")) {
+        play_settings.syzygy_probe_depth6 = static_cast<int>(read_clamped(value, 1, 100));
+        send_linef("info string SyzygyProbeDepth6 set to %d", play_settings.syzygy_probe_depth6);
+    }
+}
