@@ -248,7 +248,8 @@ void position_to_fen(const Position& pos, char* buffer) {
 }
 
 void board_text(const Position& pos, char* buffer) {
-    static constexpr char kLetters[] = "-PNBRQK-onbrqk";
+    // Indexed by piece code; a black pawn prints as "o".
+    static constexpr char kLetters[] = "-PNBRQK--onbrqk";
     position_to_fen(pos, buffer);
     char* out = buffer + std::strlen(buffer);
     *out++ = '\n';
@@ -257,7 +258,7 @@ void board_text(const Position& pos, char* buffer) {
             int code = pos.board[rank * 8 + file];
             *out++ = ' ';
             if (code == 0) *out++ = (file + rank) % 2 == 0 ? '+' : '-';
-            else *out++ = code < 15 ? kLetters[code] : '?';
+            else *out++ = kLetters[code & 15];
         }
         *out++ = '\n';
     }

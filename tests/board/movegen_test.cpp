@@ -1,0 +1,151 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "board/attacks.h"
+#include "board/movegen.h"
+#include "board/notation.h"
+#include "tests/board/board_fixture.h"
+
+namespace {
+
+using MovegenTest = BoardTest;
+
+std::string coordinates(Move m) {
+    std::string text = std::string(square_names[move_from(m)]) + square_names[move_to(m)];
+    if (is_promotion(m)) text += "?qnbr"[promotion_type(m) == kQueen ? 1 : promotion_type(m) == kKnight ? 2
+                                        : promotion_type(m) == kBishop ? 3 : 4];
+    return text;
+}
+
+std::vector<std::string> all_moves(const Position& pos) {
+    MoveEntry moves[kMaxMoves];
+    generate_all(pos, moves);
+    std::vector<std::string> texts;
+    for (const MoveEntry* m = moves; m->move != kMoveListEnd; m++) texts.push_back(coordinates(m->move));
+    return texts;
+}
+
+TEST_F(MovegenTest, StartPositionOrder) {
+    set(kStartFen);
+    std::vector<std::string> expected = {"a2a3", "a2a4", "b2b3", "b2b4", "c2c3", "c2c4", "d2d3",
+                                         "d2d4", "e2e3", "e2e4", "f2f3", "f2f4", "g2g3", "g2g4",
+                                         "h2h3", "h2h4", "b1a3", "b1c3", "g1f3", "g1h3"};
+    EXPECT_EQ(all_moves(pos), expected);
+}
+
+TEST_F(MovegenTest, GroupsComeInOrder) {
+    // Pawn captures (for black the -7 direction first), piece captures,
+    // promotions, then quiet moves.
+    set("4k3/8/8/8/8/2p1p3/1P1P2pb/1N2K1NR b K - 0 1");
+    std::vector<std::string> moves = all_moves(pos);
+    std::vector<std::string> expected = {"c3d2", "c3b2", "e3d2", "h2g1", "g2h1q", "g2h1n",
+                                         "g2h1b", "g2h1r", "c3c2"};
+    ASSERT_GE(moves.size(), expected.size());
+    EXPECT_EQ(std::vector<std::string>(moves.begin(), moves.begin() + 9), expected);
+}
+
+TEST_F(MovegenTest, PawnCaptureOrderWhite) {
+    set("4k3/8/8/1p1p1p2/P1P1P1P1/8/8/4K3 w - - 0 1");
+    std::vector<std::string> moves = all_moves(pos);
+    std::vector<std::string> captures(moves.begin(), moves.begin() + 6);
+    EXPECT_EQ(captures, (std::vector<std::string>{"c4b5", "e4d5", "g4f5", "a4b5", "c4d5", "e4f5"}));
+}
+
+TEST_F(MovegenTest, PromotionsQueenKnightBishopRook) {
+    set("1r2k3/P7/8/8/8/8/8/4K3 w - - 0 1");
+    std::vector<std::string> moves = all_moves(pos);
+    std::vector<std::string> promotions(moves.begin(), moves.begin() + 8);
+    EXPECT_EQ(promotions, (std::vector<std::string>{"a7a8q", "a7a8n", "a7a8b", "a7a8r", "a7b8q",
+                                                     "a7b8n", "a7b8b", "a7b8r"}));
+    MoveEntry list[kMaxMoves];
+    generate_all(pos, list);
+    EXPECT_EQ(list[0].victim, 0);
+    EXPECT_EQ(list[4].victim, piece_code(kBlack, kRook));
+    EXPECT_EQ(list[4].mover, piece_code(kWhite, kPawn));
+}
+
+TEST_F(MovegenTest, EnPassantIsAPawnCaptureWithoutVictim) {
+    set("4k3/8/8/3pP3/8/8/8/4K3 w - d6 0 1");
+    MoveEntry list[kMaxMoves];
+    MoveEntry* end = gen_pawn_captures(pos, kWhite, list);
+    ASSERT_EQ(end - list, 1);
+    EXPECT_EQ(list[0].move, encode_move(36, 43));
+    EXPECT_EQ(list[0].victim, 0);
+}
+
+TEST_F(MovegenTest, CastlingGeneration) {
+    // Through an attacked square the move is still generated.
+    set("4k3/8/8/8/8/8/5r2/R3K2R w KQ - 0 1");
+    std::vector<std::string> moves = all_moves(pos);
+    EXPECT_EQ(moves[moves.size() - 2], "e1g1");
+    EXPECT_EQ(moves[moves.size() - 1], "e1c1");
+    // Never with a piece in between (b1 counts on the queen side).
+    set("4k3/8/8/8/8/8/8/RN2K1NR w KQ - 0 1");
+    for (const std::string& m : all_moves(pos)) {
+        EXPECT_NE(m, "e1g1");
+        EXPECT_NE(m, "e1c1");
+    }
+    // Never with the king off its square, whatever the rights say.
+    set("r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
+    pos.board[4] = 0;
+    pos.piece_list[kWhite][kKing][0] = 5;
+    pos.board[5] = piece_code(kWhite, kKing);
+    for (const std::string& m : all_moves(pos)) EXPECT_EQ(m.substr(0, 2) == "f1" && (m == "f1h1" || m == "f1d1"), false);
+    set("r3k2r/8/8/8/8/8/8/R3K2R b KQkq - 0 1");
+    std::vector<std::string> black = all_moves(pos);
+    EXPECT_EQ(black[black.size() - 2], "e8g8");
+    EXPECT_EQ(black[black.size() - 1], "e8c8");
+}
+
+TEST_F(MovegenTest, SliderTablesAndAttacks) {
+    EXPECT_EQ(rook_attacks(0, 0), (0xFFull | 0x0101010101010101ull) & ~1ull);
+    EXPECT_EQ(std::popcount(rook_attacks(0, 0)), 14);
+    Bitboard with_a4 = rook_attacks(0, square_bit(24));
+    EXPECT_EQ(with_a4, 0xFEull | square_bit(8) | square_bit(16) | square_bit(24));
+    EXPECT_EQ(between[0][63], 0x0040201008040200ull);
+    EXPECT_EQ(between[0][17], 0u);
+    EXPECT_EQ(between[0][1], 0u);
+    EXPECT_EQ(between[5][5], 0u);
+    EXPECT_EQ(between[63][0], between[0][63]);
+    EXPECT_EQ(between[kNoSquare][12], 0u);
+    // Bishop attacks stop at the first blocker of either colour.
+    Bitboard occ = square_bit(45) | square_bit(9);
+    EXPECT_EQ(bishop_attacks(27, occ), square_bit(36) | square_bit(45) | square_bit(18) | square_bit(9) |
+                                           square_bit(34) | square_bit(41) | square_bit(48) |
+                                           square_bit(20) | square_bit(13) | square_bit(6));
+    // Against a slow reference walk on random occupancies.
+    uint64_t x = 88172645463325252ull;
+    for (int i = 0; i < 2000; i++) {
+        x ^= x << 13, x ^= x >> 7, x ^= x << 17;
+        Bitboard o = x & (x >> 3);
+        int sq = int(x % 64);
+        Bitboard expected_rook = 0, expected_bishop = 0;
+        const int steps[8][2] = {{0, 1}, {1, 0}, {0, -1}, {-1, 0}, {1, 1}, {1, -1}, {-1, 1}, {-1, -1}};
+        for (int d = 0; d < 8; d++) {
+            for (int f = file_of(sq) + steps[d][0], r = rank_of(sq) + steps[d][1];
+                 f >= 0 && f < 8 && r >= 0 && r < 8; f += steps[d][0], r += steps[d][1]) {
+                (d < 4 ? expected_rook : expected_bishop) |= square_bit(r * 8 + f);
+                if (o & square_bit(r * 8 + f)) break;
+            }
+        }
+        ASSERT_EQ(rook_attacks(sq, o), expected_rook) << sq;
+        ASSERT_EQ(bishop_attacks(sq, o), expected_bishop) << sq;
+    }
+}
+
+TEST_F(MovegenTest, IsAttacked) {
+    set("4k3/8/8/8/3p4/8/1n6/R3K3 w - - 0 1");
+    EXPECT_TRUE(is_attacked(pos, 18, kBlack));   // c3 by the d4 pawn
+    EXPECT_TRUE(is_attacked(pos, 20, kBlack));   // e3 by the d4 pawn
+    EXPECT_FALSE(is_attacked(pos, 35, kBlack));  // d5: a black pawn attacks downwards
+    EXPECT_TRUE(is_attacked(pos, 3, kBlack));    // d1 by the b2 knight
+    EXPECT_TRUE(is_attacked(pos, 56, kWhite));   // a8 by the rook, file open
+    EXPECT_FALSE(is_attacked(pos, 32, kBlack));
+    EXPECT_TRUE(is_attacked(pos, 24, kBlack));    // a4 by the knight
+    EXPECT_TRUE(is_attacked(pos, 51, kBlack));   // d7 by the king
+    EXPECT_FALSE(is_attacked(pos, kNoSquare, kBlack));
+}
+
+}  // namespace

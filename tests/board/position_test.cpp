@@ -1,0 +1,230 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+
+#include "board/make_move.h"
+#include "board/movegen.h"
+#include "board/position.h"
+#include "tests/board/board_fixture.h"
+
+namespace {
+
+using PositionTest = BoardTest;
+
+std::string captured_fen(const Position& pos) {
+    char buffer[kFenBufferSize];
+    position_to_fen(pos, buffer);
+    return buffer;
+}
+
+TEST_F(PositionTest, KeysFollowTheFixedSequence) {
+    // First draw from seed 1 is the high half of the first key.
+    EXPECT_EQ(zobrist_piece[0][0] >> 32, 123555554u);
+    uint32_t s = 1;
+    s = s * 98765u + 123456789u;
+    s = s * 98765u + 123456789u;
+    EXPECT_EQ(uint32_t(zobrist_piece[0][0]), s);
+    // A second call keeps the tables.
+    uint64_t before = zobrist_piece[9][37] ^ zobrist_extra[65];
+    init_hash_keys_tables();
+    EXPECT_EQ(zobrist_piece[9][37] ^ zobrist_extra[65], before);
+    EXPECT_EQ(zobrist_side[0], 0u);
+    EXPECT_EQ(zobrist_side[1], ~uint64_t(0));
+    // Every key used for a piece is distinct from every other.
+    std::vector<uint64_t> keys(&zobrist_piece[0][0], &zobrist_piece[0][0] + 16 * 64);
+    std::sort(keys.begin(), keys.end());
+    EXPECT_EQ(std::adjacent_find(keys.begin(), keys.end()), keys.end());
+}
+
+TEST_F(PositionTest, EmptyBoardHasZeroKeys) {
+    set("8/8/8/8/8/8/8/8 w - -");
+    EXPECT_EQ(pos.hash_key, 0u);
+    EXPECT_EQ(pos.pawn_key, 0u);
+    EXPECT_EQ(pos.castling, 0);
+    EXPECT_EQ(pos.ep_square, kNoSquare);
+    for (int sq = 0; sq <= 64; sq++) EXPECT_EQ(pos.board[sq], 0);
+    EXPECT_EQ(full_key(pos), zobrist_extra[0] ^ zobrist_extra[64]);
+}
+
+TEST_F(PositionTest, StartPositionFields) {
+    set(kStartFen);
+    EXPECT_TRUE(placement_consistent(pos));
+    EXPECT_EQ(captured_fen(pos), "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -");
+    EXPECT_EQ(pos.phase_material[0], 32);
+    EXPECT_EQ(pos.phase_material[1], 32);
+    EXPECT_EQ(pos.piece_counts[0], 8 + 2 * 16 + 2 * 256 + 2 * 4096 + 65536);
+    EXPECT_EQ(pos.castling, 15);
+    EXPECT_EQ(pos.fifty_count, 0);
+    EXPECT_EQ(history->history_count, 0);
+    EXPECT_EQ(history->ply, 1);
+    EXPECT_EQ(list_squares(pos, kWhite, kKnight), (std::vector<int>{1, 6}));
+    EXPECT_EQ(list_squares(pos, kBlack, kPawn), (std::vector<int>{48, 49, 50, 51, 52, 53, 54, 55}));
+}
+
+TEST_F(PositionTest, CastlingRightsNeedKingAndRook) {
+    testing::internal::CaptureStdout();
+    set("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBN1 w KQkq - 0 1");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Illegal EPD record\n");
+    EXPECT_EQ(pos.castling, 14);
+
+    testing::internal::CaptureStdout();
+    set("4k3/8/8/8/8/8/8/4K3 w KQkq - 0 1");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Illegal EPD record\n");
+    EXPECT_EQ(pos.castling, 0);
+
+    testing::internal::CaptureStdout();
+    set("r3k2r/8/8/8/8/8/8/R3K2R b Kq - 0 1");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(pos.castling, 1 | 8);
+}
+
+TEST_F(PositionTest, FieldsAfterThePlacement) {
+    set("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3 45 80");
+    EXPECT_EQ(pos.ep_square, 20);
+    EXPECT_EQ(pos.side_to_move, kBlack);
+    EXPECT_EQ(pos.fifty_count, 0);  // the halfmove field is not read
+    EXPECT_EQ(captured_fen(pos), "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3");
+
+    set("4k3/8/8/8/8/8/8/4K3 w - - 45 80");
+    EXPECT_EQ(pos.ep_square, kNoSquare);
+    EXPECT_EQ(captured_fen(pos), "4k3/8/8/8/8/8/8/4K3 w - -");
+
+    // A missing or unknown side letter keeps the side of the position before.
+    pos.side_to_move = kBlack;
+    parse_fen(pos, "4k3/8/8/8/8/8/8/4K3");
+    EXPECT_EQ(pos.side_to_move, kBlack);
+    parse_fen(pos, "4k3/8/8/8/8/8/8/4K3 x");
+    EXPECT_EQ(pos.side_to_move, kBlack);
+}
+
+TEST_F(PositionTest, ImplausibleEnPassantSquareIsDropped) {
+    // Nothing has just double-stepped past e3 or e6 here.
+    set("4k3/8/8/8/8/8/8/4K3 b - e3");
+    EXPECT_EQ(pos.ep_square, kNoSquare);
+    set(std::string(std::string(kStartFen, 43) + " e6").c_str());
+    EXPECT_EQ(pos.ep_square, kNoSquare);
+    set("4k3/8/8/3pP3/8/8/8/4K3 w - d6");
+    EXPECT_EQ(pos.ep_square, 43);
+}
+
+TEST_F(PositionTest, ForgivingPlacement) {
+    // Over-long digit runs stop at the h-file; unknown letters take a square.
+    set("9/x7/8/8/8/8/8/7K w - -");
+    EXPECT_EQ(pos.board[7], piece_code(kWhite, kKing));
+    set("3x4k/8/8/8/8/8/8/K7 w - -");
+    EXPECT_EQ(pos.board[56 + 7], piece_code(kBlack, kKing));
+    EXPECT_TRUE(placement_consistent(pos));
+    // Pieces piling up on the h-file keep the first one.
+    set("RRRRRRRRQ/8/8/8/8/8/8/8 w - -");
+    EXPECT_EQ(pos.board[63], piece_code(kWhite, kRook));
+    EXPECT_EQ(list_squares(pos, kWhite, kQueen).size(), 0u);
+    EXPECT_TRUE(placement_consistent(pos));
+}
+
+TEST_F(PositionTest, PiecesBeyondListCapacityAreIgnored) {
+    set("QQQQQQQQ/QQQQQQQQ/8/8/8/8/8/k6K w - -");
+    EXPECT_EQ(list_squares(pos, kWhite, kQueen).size(), size_t(kMaxPiecesPerList));
+    EXPECT_TRUE(placement_consistent(pos));
+    // Promotions to a full list are not generated, so nothing can overflow.
+    set("QQ1QQQQQ/Q1P4Q/8/8/8/8/8/k6K w - -");
+    MoveEntry moves[kMaxMoves];
+    generate_all(pos, moves);
+    int promotions = 0;
+    for (const MoveEntry* m = moves; m->move != kMoveListEnd; m++) {
+        if (!is_promotion(m->move)) continue;
+        promotions++;
+        EXPECT_NE(promotion_type(m->move), kQueen);
+    }
+    EXPECT_EQ(promotions, 3);
+}
+
+TEST_F(PositionTest, BoardText) {
+    set(kStartFen);
+    char text[kBoardTextSize];
+    board_text(pos, text);
+    EXPECT_STREQ(text,
+                 "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -\n"
+                 " r n b q k b n r\n"
+                 " o o o o o o o o\n"
+                 " - + - + - + - +\n"
+                 " + - + - + - + -\n"
+                 " - + - + - + - +\n"
+                 " + - + - + - + -\n"
+                 " P P P P P P P P\n"
+                 " R N B Q K B N R\n"
+                 "white\n");
+    set("8/8/8/8/8/8/8/8 b - -");
+    board_text(pos, text);
+    std::string rows(text);
+    EXPECT_EQ(rows.substr(rows.size() - 6), "black\n");
+    // a1 is "+" and h1 is "-" on an empty board.
+    EXPECT_NE(rows.find(" + - + - + - + -\nblack"), std::string::npos);
+
+    testing::internal::CaptureStdout();
+    print_board(pos);
+    std::string printed = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(printed, rows);
+}
+
+TEST_F(PositionTest, AddRemoveKeepListOrder) {
+    set("8/8/8/8/8/8/8/8 w - -");
+    add_piece(pos, kWhite, kRook, 10);
+    add_piece(pos, kWhite, kRook, 3);
+    add_piece(pos, kWhite, kRook, 40);
+    remove_piece(pos, 3);
+    EXPECT_EQ(list_squares(pos, kWhite, kRook), (std::vector<int>{10, 40}));
+    add_piece(pos, kWhite, kRook, 0);
+    EXPECT_EQ(list_squares(pos, kWhite, kRook), (std::vector<int>{10, 40, 0}));
+    compute_keys(pos);
+    EXPECT_TRUE(placement_consistent(pos));
+    uint64_t before = pos.hash_key;
+    toggle_key(pos, piece_code(kBlack, kPawn), 20);
+    EXPECT_EQ(pos.hash_key, before ^ zobrist_piece[9][20]);
+    EXPECT_EQ(pos.pawn_key, zobrist_piece[9][20]);
+}
+
+// Garbage text must give a usable position: nothing read out of bounds, and
+// move generation, legality and make/unmake work on whatever came out.
+TEST_F(PositionTest, GarbageFenNeverBreaksThePosition) {
+    std::mt19937 rng(12345);
+    const std::string alphabet = "pnbrqkPNBRQK12345678/ -wbKQkqa1h8e3x9";
+    testing::internal::CaptureStdout();
+    for (int round = 0; round < 4000; round++) {
+        std::string text;
+        if (round % 2) {
+            int length = int(rng() % 90);
+            for (int i = 0; i < length; i++) text += alphabet[rng() % alphabet.size()];
+        } else {
+            // Mutations of real records.
+            text = round % 4 ? kKiwipeteFen : kStartFen;
+            for (int edits = int(rng() % 6) + 1; edits > 0; edits--)
+                text[rng() % text.size()] = alphabet[rng() % alphabet.size()];
+        }
+        if (round % 7 == 0) {
+            text.clear();
+            for (int i = int(rng() % 200); i > 0; i--) text += char(rng() % 255 + 1);
+        }
+        set(text.c_str());
+        ASSERT_TRUE(placement_consistent(pos)) << text;
+        MoveEntry moves[kMaxMoves];
+        MoveEntry* end = generate_all(pos, moves);
+        ASSERT_LT(end - moves, kMaxMoves);
+        Position before = pos;
+        for (const MoveEntry* m = moves; m->move != kMoveListEnd; m++) {
+            if (!is_legal(pos, pos.side_to_move, m->move)) continue;
+            make_move(pos, m->move);
+            MoveEntry replies[kMaxMoves];
+            generate_all(pos, replies);
+            unmake_move(pos);
+            ASSERT_TRUE(same_position(pos, before)) << text;
+        }
+        char fen[kFenBufferSize];
+        position_to_fen(pos, fen);
+        ASSERT_LT(std::strlen(fen), kFenBufferSize);
+    }
+    testing::internal::GetCapturedStdout();
+}
+
+}  // namespace
