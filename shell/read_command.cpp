@@ -13,8 +13,10 @@ void read_command() {
     char command[kMaxCommandLength + 1];
     if (!take_command(console_input, command, sizeof command)) {
         if (input_exhausted(console_input)) {
-            // The interface closed our input: nobody is left to read a result.
-            stop_signal = 2;
+            // The interface closed our input: nobody is left to read a result,
+            // so a search of the main loop is abandoned. A tool (such as the
+            // benchmark run with its input closed) keeps working.
+            if (shell.search_mode != 0) stop_signal = 2;
             shell.quit_requested = 1;
         }
         return;

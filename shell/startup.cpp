@@ -12,6 +12,7 @@
 #include "search/thread_data.h"
 #include "search/threads.h"
 #include "search/transposition_table.h"
+#include "shell/benchmark.h"
 #include "shell/command_line.h"
 #include "shell/core/output.h"
 #include "shell/core/shell_state.h"
@@ -88,8 +89,7 @@ void run_mode(RunMode mode, const CommandLine& line) {
             send_line("the self-play match is not available in this build");
             break;
         case RunMode::benchmark:
-            (void)line;
-            send_line("the benchmark is not available in this build");
+            run_benchmark(line.bench_positions);
             break;
         case RunMode::tuner:
             shell.noise = 1000.0;

@@ -121,3 +121,20 @@ TEST(Startup, ToolSwitchesThatHaveNoToolSayOneLineAndExit) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Startup, BenchmarkSwitchesRunTheBenchmarkAndExit) {
+    // With its input closed the benchmark still searches every position.
+    EngineProcess engine({"-bench", "-d", "3", "-hash", "1"});
+    engine.close_input();
+    EXPECT_EQ(engine.wait_exit(60), 0);
+    const std::string& out = engine.output();
+    EXPECT_EQ(out.rfind("running benchmark\n", 0), 0u) << out;
+    EXPECT_NE(out.find("pos  9: "), std::string::npos) << out;
+    EXPECT_EQ(out.find("pos 10: "), std::string::npos) << out;
+    EXPECT_NE(out.find("total time= "), std::string::npos) << out;
+    EXPECT_EQ(out.find("nodes= 0,"), std::string::npos) << out;
+}
+
+}  // namespace
