@@ -18,6 +18,7 @@
 #include "shell/core/shell_state.h"
 #include "shell/main_loop.h"
 #include "shell/play_settings.h"
+#include "shell/settings_file.h"
 
 namespace {
 
@@ -39,10 +40,6 @@ void set_defaults() {
     hash_mode = 1;
     stop_signal = 0;
 }
-
-// The settings file "vorn.rc" is read at this point of the start-up once its
-// reader exists; until then every setting keeps its default.
-void read_settings_file_step() {}
 
 void apply_command_line(const CommandLine& line) {
     shell.protocol_mode = line.protocol_mode;
@@ -123,7 +120,8 @@ int run_engine(int argc, const char* const* argv) {
     init_attack_tables();
     init_kpk_table();
     set_defaults();
-    read_settings_file_step();
+    read_settings_file("vorn.rc", params);
+    copy_king_pst_to_square_params(params);
     params_backup = params;
 
     CommandLine line = command_line_defaults();

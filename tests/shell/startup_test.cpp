@@ -138,3 +138,28 @@ TEST(Startup, BenchmarkSwitchesRunTheBenchmarkAndExit) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Startup, SettingsFileIsReadBeforeTheSwitches) {
+    char pattern[] = "/tmp/vorn-rc-dir-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    std::string dir = pattern;
+    std::ofstream(dir + "/vorn.rc") << "BookDepth 12\nSyzygyPath /no/such/dir\n";
+    {
+        EngineProcess engine({"-hash", "1"}, dir);
+        engine.send("uci");
+        ASSERT_GE(engine.wait_for("uciok", 10), 0);
+        engine.send("quit");
+        EXPECT_EQ(engine.wait_exit(10), 0);
+        EXPECT_EQ(engine.output().rfind("loaded parameters from vorn.rc\n\n"
+                                        "file vorn.rc contains invalid PST\n", 0),
+                  0u)
+            << engine.output();
+        EXPECT_NE(engine.output().find("option name SyzygyPath type string default /no/such/dir\n"),
+                  std::string::npos);
+    }
+    (void)!std::system(("rm -rf '" + dir + "'").c_str());
+}
+
+}  // namespace
