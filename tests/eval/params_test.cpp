@@ -121,6 +121,7 @@ TEST(Rounding, HalvesAwayFromZero) {
 
 TEST(TuneParams, TableLayoutAndSelection) {
     set_default_params(params);
+    init_eval_tables();
     register_tune_params();
     ASSERT_TRUE(tune_params_registered);
     ASSERT_EQ(tune_param_count, 129);

@@ -1,0 +1,278 @@
+// Single evaluation terms, checked on the per-thread scratch record after a
+// full evaluation: pawn structure, passers, pieces, hung and pinned pieces,
+// and king safety.
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "eval/eval_terms.h"
+#include "eval/pawn_hash.h"
+#include "tests/eval/eval_fixture.h"
+
+namespace {
+
+// Runs a full evaluation so that `info` holds every attack map, then lets a
+// test re-run one term group on zeroed accumulators.
+struct Scratch {
+    Board board;
+    Evaluator eval;
+    EvalInfo& info;
+    explicit Scratch(const char* fen) : board(fen), info(eval.state->info) {
+        // A side to move in check would skip the evaluation and leave no maps.
+        if (eval(board.pos) == kInCheckScore) {
+            std::fprintf(stderr, "side to move in check: %s\n", fen);
+            std::abort();
+        }
+        zero();
+    }
+    void zero() {
+        for (int s = 0; s < 2; ++s) info.pos_op[s] = info.pos_en[s] = 0;
+        info.stack->threat[0] = info.stack->threat[1] = 0;
+        info.hung = info.pinned = 0;
+    }
+};
+
+PawnHashEntry pawn_entry(const char* fen) {
+    Board board(fen);
+    PawnHashEntry e{};
+    compute_pawn_entry(board.pos, e, nullptr);
+    return e;
+}
+
+TEST(PawnStructure, LoneRookPawnIsWeakIsolatedAndBackward) {
+    PawnHashEntry e = pawn_entry("4k3/8/8/8/8/8/P7/4K3 w - -");
+    const EngineParams& p = params;
+    EXPECT_EQ(e.score_op[0], p.pst[kPawn][8].op + p.pawn_backward_op + p.pawn_isolated_op + p.pawn_weak_op);
+    EXPECT_EQ(e.score_en[0], p.pst[kPawn][8].en + p.pawn_backward_en + p.pawn_isolated_en + p.pawn_weak_en);
+    EXPECT_EQ(e.files[0], 1);
+    EXPECT_EQ(e.files[1], 0);
+    EXPECT_EQ(e.passed, square_bit(8));
+}
+
+TEST(PawnStructure, DoubledConnectedProtected) {
+    // c2 and c3 doubled: both pay.
+    PawnHashEntry doubled = pawn_entry("4k3/8/8/8/8/2P5/2P5/4K3 w - -");
+    EngineParams saved = params;
+    params.pawn_doubled_op = -105;
+    PawnHashEntry heavier = pawn_entry("4k3/8/8/8/8/2P5/2P5/4K3 w - -");
+    params = saved;
+    EXPECT_EQ(doubled.score_op[0] - heavier.score_op[0], 2 * 100);
+
+    const EngineParams& p = params;
+    // d4 and e4 side by side: connected_bonus[3] = 5 each; each covers the
+    // other's stop square, so nothing else applies.
+    PawnHashEntry duo = pawn_entry("4k3/8/8/8/3PP3/8/8/4K3 w - -");
+    EXPECT_EQ(duo.score_op[0], p.pst[1][27].op + p.pst[1][28].op + 10);
+    EXPECT_EQ(duo.score_en[0], p.pst[1][27].en + p.pst[1][28].en + 10);
+    // e4 defended by f3: protected_bonus[e4] = 4; f3 itself is backward and
+    // weak (no pawn can cover f4), not isolated.
+    PawnHashEntry chain = pawn_entry("4k3/8/8/8/4P3/5P2/8/4K3 w - -");
+    EXPECT_EQ(chain.score_op[0], p.pst[1][28].op + 4 + p.pst[1][21].op + p.pawn_backward_op + p.pawn_weak_op);
+    // Black's mirror image scores the same for Black.
+    PawnHashEntry mirror = pawn_entry("4k3/8/5p2/4p3/8/8/8/4K3 b - -");
+    EXPECT_EQ(mirror.score_op[1], chain.score_op[0]);
+    EXPECT_EQ(mirror.score_en[1], chain.score_en[0]);
+}
+
+TEST(PawnStructure, PassedAndCandidateSets) {
+    // White: a5 passed; e5 against f7 with d5 beside it is a candidate.
+    PawnHashEntry e = pawn_entry("4k3/5p2/8/P2PP3/8/8/8/4K3 w - -");
+    EXPECT_TRUE(e.passed & square_bit(32));        // a5
+    EXPECT_FALSE(e.passed & square_bit(36));       // e5: f7 guards e6
+    EXPECT_TRUE(e.candidates & square_bit(36));
+    EXPECT_FALSE(e.candidates & square_bit(32));   // passers are not candidates
+    EXPECT_FALSE(e.passed & square_bit(53));       // f7 faces d5 and e5
+    // A pawn with an enemy pawn straight ahead is never a candidate.
+    PawnHashEntry blocked = pawn_entry("4k3/4p3/8/4P3/8/8/8/4K3 w - -");
+    EXPECT_EQ(blocked.candidates, 0u);
+    EXPECT_EQ(blocked.passed, 0u);
+}
+
+TEST(PawnStructure, BlockedCentrePawnsCostTwentyEight) {
+    Scratch s("4k3/8/8/8/8/3NB3/3PP3/4K3 w - -");
+    const PawnHashEntry& e = *s.info.pawn_entry;
+    evaluate_pawns(s.info, s.eval.state->pawn_hash, false, s.eval.state->pawn_probes, s.eval.state->pawn_hits);
+    EXPECT_EQ(s.info.pos_op[0], e.score_op[0] - 28);
+    EXPECT_EQ(s.info.pos_en[0], e.score_en[0] - 28);
+    EXPECT_EQ(s.info.pos_op[1], e.score_op[1]);
+}
+
+TEST(Passers, FreePasserOnTheSeventh) {
+    Scratch s("8/4P3/8/7k/8/8/8/KR5r w - -");
+    const EngineParams& p = params;
+    evaluate_passers(s.info);
+    EXPECT_EQ(s.info.stack->threat[1], 1600 + 100 + 800);
+    EXPECT_EQ(s.info.stack->threat[0], 0);
+    // base = ppawn[6] + ppawnx[6] + 4 x 7; the enemy king is outside the
+    // square (d_promo 3 > 8 - 6 - 1), so base / 4 more.
+    const int base = p.ppawn[6] + p.ppawnx[6] + 28;
+    const int d_own = 7, d_enemy = 3;  // to e8 from a1 and h5
+    const int value = (28 * d_enemy - 18 * d_own) * 7 / 16 + base + base / 4;
+    EXPECT_EQ(s.info.pos_en[0], value);
+    EXPECT_EQ(s.info.pos_op[0], value / 2);
+}
+
+TEST(Passers, UnsafeAdvanceEarnsNoExtra) {
+    // e6-e7 would be taken by the rook on a7 for nothing.
+    Scratch s("8/r7/4P3/7k/8/8/8/1K6 w - -");
+    evaluate_passers(s.info);
+    EXPECT_EQ(s.info.stack->threat[1], 0);
+    // Defended by the king, the advance is safe again.
+    Scratch t("5K2/r7/4P3/7k/8/8/8/8 w - -");
+    evaluate_passers(t.info);
+    EXPECT_GT(t.info.stack->threat[1], 0);
+}
+
+TEST(SafeAdvance, Exchanges) {
+    Board b("4k3/8/3p4/8/4P3/8/8/4K3 w - -");
+    Bitboard occ = b.pos.pieces[0][0] | b.pos.pieces[1][0];
+    EXPECT_EQ(safe_advance(b.pos, 0, 28, 36, occ), -100);  // e4-e5, d6 takes
+    Board c("4k3/8/3p4/8/4PP2/8/8/4K3 w - -");
+    occ = c.pos.pieces[0][0] | c.pos.pieces[1][0];
+    EXPECT_EQ(safe_advance(c.pos, 0, 28, 36, occ), 0);      // f4 recaptures
+    Board d("4k3/8/8/8/4P3/8/8/4K3 w - -");
+    occ = d.pos.pieces[0][0] | d.pos.pieces[1][0];
+    EXPECT_EQ(safe_advance(d.pos, 0, 28, 36, occ), 0);      // nothing attacks e5
+    // A rook behind a rook: the x-ray joins once the front rook has taken.
+    Board e("r3k3/r7/8/8/8/8/P7/R3K3 w - -");
+    occ = e.pos.pieces[0][0] | e.pos.pieces[1][0];
+    // a2-a3 Rxa3 Rxa3 Rxa3: the a8 rook joins once a7 has gone.
+    EXPECT_EQ(safe_advance(e.pos, 0, 8, 16, occ), -100);
+    Board f("r3k3/8/8/8/8/8/P7/R3K3 w - -");
+    occ = f.pos.pieces[0][0] | f.pos.pieces[1][0];
+    EXPECT_EQ(safe_advance(f.pos, 0, 8, 16, occ), 0);        // Rxa3 Rxa3 loses the rook
+}
+
+TEST(Pieces, TrappedRookBesideItsKing) {
+    const char* fen = "4k3/8/8/8/8/8/P1P5/RK6 w - -";
+    Board board(fen);
+    Evaluator eval;
+    eval(board.pos);
+    int base = eval.state->info.pos_op[0];
+    EngineParams saved = params;
+    params.rook_trapped = -125;
+    eval(board.pos);
+    int heavier = eval.state->info.pos_op[0];
+    params = saved;
+    EXPECT_EQ(base - heavier, 100);
+}
+
+TEST(Pieces, KnightOutpostDefendedByPawn) {
+    const char* fen = "4k3/8/8/4N3/3P4/8/8/4K3 w - -";
+    Board board(fen);
+    Evaluator eval;
+    eval(board.pos);
+    int base = eval.state->info.pos_op[0];
+    EngineParams saved = params;
+    params.knight_outpost += 100;
+    eval(board.pos);
+    int more = eval.state->info.pos_op[0];
+    params = saved;
+    EXPECT_EQ(more - base, 100);
+}
+
+TEST(HungPieces, TwoHungPiecesPayExtra) {
+    // Knight a5 and bishop h4 attacked by Black's queen and not defended.
+    Scratch s("3qk3/8/8/N7/7B/8/8/4K3 b - -");
+    evaluate_hung(s.info);
+    const EngineParams& p = params;
+    EXPECT_EQ(s.info.pos_op[0], 2 * p.hung_op - 12);
+    EXPECT_EQ(s.info.pos_en[0], 2 * p.hung_en - 12);
+    // The queen, attacked by the bishop, is hung on Black's side.
+    EXPECT_EQ(s.info.hung, square_bit(32) | square_bit(31) | square_bit(59));
+    EXPECT_EQ(s.info.stack->threat[0], 330);
+    EXPECT_EQ(s.info.stack->threat[1], 1060);
+    EXPECT_EQ(s.info.pos_op[1], p.hung_op);
+}
+
+TEST(HungPieces, DefendedPiecesAndHeavyPieces) {
+    // Knight defended by a pawn is not hung; a rook attacked by a knight is,
+    // defended or not; a queen attacked by a rook is.
+    Scratch s("4k3/8/8/2n3r1/1N6/P7/8/R3K1Q1 w - -");
+    evaluate_hung(s.info);
+    EXPECT_FALSE(s.info.hung & square_bit(25));  // Nb4, pawn a3 defends
+    EXPECT_TRUE(s.info.hung & square_bit(6));    // Qg1, rook g5 attacks
+    EXPECT_EQ(s.info.stack->threat[0], 1060);
+}
+
+TEST(Pins, PinnedPawnScoresNothing) {
+    Scratch s("4k3/8/8/b7/8/2P5/8/4K3 w - -");
+    evaluate_pins(s.info);
+    EXPECT_EQ(s.info.pinned, square_bit(18));
+    EXPECT_EQ(s.info.pos_op[0], 0);
+    Scratch t("4k3/8/8/b7/8/2N5/8/4K3 w - -");
+    evaluate_pins(t.info);
+    EXPECT_EQ(t.info.pos_op[0], params.pinned_op);
+    EXPECT_EQ(t.info.pos_en[0], params.pinned_en);
+    // A rook pinning a knight to its lone queen counts too.
+    Scratch u("4k3/8/8/8/r1N1Q3/8/8/4K3 w - -");
+    evaluate_pins(u.info);
+    EXPECT_EQ(u.info.pos_op[0], params.pinned_op);
+}
+
+TEST(KingSafety, ShieldOfThreePawns) {
+    // The enemy queen keeps the opening term whole (phase count 4 > 3).
+    const char* fen = "3qk3/8/8/8/8/8/5PPP/6K1 w - -";
+    Scratch a(fen);
+    evaluate_king(a.info, 0, 6);
+    int base = a.info.pos_op[0];
+    EngineParams saved = params;
+    params.pawn_shield += 100;
+    a.zero();
+    evaluate_king(a.info, 0, 6);
+    int more = a.info.pos_op[0];
+    params = saved;
+    EXPECT_EQ(more - base, 100);  // s = 1 + 3 + 3 + 3 = 10
+
+    // No pawn around: s = 0, nine times the shield.
+    Scratch b("3qk3/8/8/8/8/8/8/N5K1 w - -");
+    evaluate_king(b.info, 0, 6);
+    base = b.info.pos_op[0];
+    params.pawn_shield += 100;
+    b.zero();
+    evaluate_king(b.info, 0, 6);
+    more = b.info.pos_op[0];
+    params = saved;
+    EXPECT_EQ(more - base, -900);
+}
+
+TEST(KingSafety, NoEnemyQueenHalvesTheOpeningTerm) {
+    // Knights and a bishop (phase count 3) that reach nothing near the king:
+    // s = 10, no storm, no attacks, sheltered g1, index 0.
+    Scratch s("nn2k3/7b/8/8/8/8/5PPP/6K1 w - -");
+    evaluate_king(s.info, 0, 6);
+    const EngineParams& p = params;
+    EXPECT_EQ(s.info.pos_op[0], (p.pst[kKing][6].op + p.pawn_shield) / 2);
+    // With only a rook (phase count 2) the shelter is not looked at at all.
+    Scratch t("3rk3/8/8/8/8/8/5PPP/6K1 w - -");
+    evaluate_king(t.info, 0, 6);
+    EXPECT_EQ(t.info.pos_op[0], p.pst[kKing][6].op / 2);
+}
+
+TEST(KingSafety, StormOnlyAgainstTheOtherWing) {
+    // Black's two rooks make the shelter terms count (phase count 4).
+    Scratch a("2k1r1r1/8/8/8/8/8/5PPP/6K1 w - -");
+    evaluate_king(a.info, 0, 6);
+    int base = a.info.pos_op[0];
+    EngineParams saved = params;
+    params.pawn_storm -= 100;
+    a.zero();
+    evaluate_king(a.info, 0, 6);
+    int stormed = a.info.pos_op[0];
+    params = saved;
+    EXPECT_EQ(stormed - base, -300 / 2);  // three open shield files, halved (no queen)
+
+    Scratch b("4r1rk/8/8/8/8/8/5PPP/6K1 w - -");
+    evaluate_king(b.info, 0, 6);
+    base = b.info.pos_op[0];
+    params.pawn_storm -= 100;
+    b.zero();
+    evaluate_king(b.info, 0, 6);
+    stormed = b.info.pos_op[0];
+    params = saved;
+    EXPECT_EQ(stormed, base);
+}
+
+}  // namespace
