@@ -1,0 +1,137 @@
+// The evaluation cache and pawn hash are read only inside a search (and the
+// cache only below the root); the trace, parameter and exchange reports.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "eval/eval_trace.h"
+#include "eval/param_report.h"
+#include "eval/swap_report.h"
+#include "tests/eval/eval_fixture.h"
+
+namespace {
+
+const char* kMiddlegame = "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N2N2/PP2BPPP/R2QKB1R w KQ -";
+
+TEST(EvalCache, SlotsPairBySideToMove) {
+    const uint64_t key = 0x123456789ABCDEF1ULL;
+    EXPECT_EQ(eval_cache_index(key, 0) ^ 1, eval_cache_index(key, 1));
+    EXPECT_EQ(eval_cache_index(key, 0), int(key & 0x3FFE));
+    EXPECT_LT(eval_cache_index(~0ULL, 1), kEvalCacheSize);
+}
+
+TEST(EvalCache, ReadOnlyWhileSearchingBelowTheRoot) {
+    Board board(kMiddlegame);
+    Evaluator eval;
+    const int fresh = eval(board.pos);
+    const uint64_t key = full_key(board.pos);
+    EvalCacheEntry& slot = eval.state->cache[eval_cache_index(key, board.pos.side_to_move)];
+    ASSERT_EQ(slot.key, key);  // written even outside a search
+    EXPECT_EQ(slot.score, fresh);
+
+    slot.score = 1234;
+    slot.threat[0] = 77;
+    EXPECT_EQ(eval(board.pos, 3), fresh);  // not searching: computed afresh
+    EXPECT_EQ(eval.state->eval_hits, 0u);
+    slot.score = 1234;
+
+    eval.state->searching = true;
+    EXPECT_EQ(eval(board.pos, 1), fresh);  // the root is always evaluated
+    slot.score = 1234;
+    slot.threat[0] = 77;
+    EXPECT_EQ(eval(board.pos, 2), 1234);
+    EXPECT_EQ(eval.out.threat[0], 77);
+    EXPECT_EQ(eval.state->eval_hits, 1u);
+    EXPECT_EQ(eval.state->eval_probes, 4u);
+}
+
+TEST(PawnHash, ReadOnlyWhileSearching) {
+    Board board(kMiddlegame);
+    Evaluator eval;
+    const int fresh = eval(board.pos);
+    PawnHashEntry& entry = eval.state->pawn_hash[board.pos.pawn_key & (kPawnHashSize - 1)];
+    ASSERT_EQ(entry.key, board.pos.pawn_key);
+    const int16_t stored = entry.score_op[0];
+    entry.score_op[0] = int16_t(stored + 500);
+    EXPECT_EQ(eval(board.pos), fresh);     // recomputed and stored again
+    EXPECT_EQ(entry.score_op[0], stored);
+
+    eval.state->searching = true;
+    entry.score_op[0] = int16_t(stored + 500);
+    EXPECT_GT(eval(board.pos, 1), fresh);  // a hit: the poisoned score is used
+    EXPECT_EQ(eval.state->pawn_hits, 1u);
+}
+
+TEST(Trace, RepeatedEvaluationsGiveIdenticalTraces) {
+    Board board(kMiddlegame);
+    Evaluator eval;
+    std::string first = traced_evaluation_report(board.pos, *eval.state);
+    std::string second = traced_evaluation_report(board.pos, *eval.state);
+    EXPECT_EQ(first, second);
+    // Evaluations at other plies or while searching never touch the trace.
+    EvalTrace before = eval_trace;
+    eval.state->trace_thread = true;
+    eval(board.pos, 2);
+    eval.state->searching = true;
+    eval(board.pos, 1);
+    EXPECT_EQ(0, std::memcmp(&before, &eval_trace, sizeof before));
+}
+
+TEST(Trace, StartPositionReport) {
+    Board board("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -");
+    Evaluator eval;
+    std::string text = traced_evaluation_report(board.pos, *eval.state);
+    EXPECT_EQ(text.rfind("eval= 16, qscore= 16, stage= 0, draw_adj= 1.00\n\n", 0), 0u);
+    EXPECT_NE(text.find("\n           white    black     diff\n"), std::string::npos);
+    EXPECT_NE(text.find("\nmtl=        4500     4500        0   ( :: )\n"), std::string::npos);
+    EXPECT_NE(text.find("\npassers=       0        0        0\n"), std::string::npos);
+    EXPECT_NE(text.find("\n r n b q k b n r "), std::string::npos);
+    EXPECT_NE(text.find("\n - + - + - + - +    -    -    -    -    -    -    -    -\n"), std::string::npos);
+    EXPECT_EQ(text.substr(text.size() - 6), "white\n");
+    EXPECT_EQ(text.find("hung"), std::string::npos);
+}
+
+TEST(Trace, ImbalanceHungAndPinnedLists) {
+    // Rook, bishop and pawn against a knight; the knight on c6 is pinned to
+    // its king and undefended, the pawn on e5 is attacked by it.
+    Board board("4k3/8/2n5/1B2P3/8/8/8/R3K3 b - -");
+    Evaluator eval;
+    std::string text = traced_evaluation_report(board.pos, *eval.state);
+    EXPECT_NE(text.find("(RBP :: N)"), std::string::npos) << text;
+    EXPECT_NE(text.find("pinned pieces on :  c6\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("hung pieces on:   e5  c6\n"), std::string::npos) << text;
+    EXPECT_EQ(text.substr(text.size() - 6), "black\n");
+    // Square contributions sum to the side totals of the piece groups.
+    int white = 0;
+    for (int sq = 0; sq < 64; ++sq)
+        if (board.pos.board[sq] && board.pos.board[sq] < 8) white += eval_trace.square[sq];
+    EXPECT_NEAR(white, eval_trace.position[0], 8);  // tempo and rounding aside
+}
+
+TEST(Reports, ParameterDump) {
+    std::string text = param_report();
+    EXPECT_EQ(text.rfind("piece values=  90/110  380/360  390/370  530/650  1150/1190\n"
+                         "bishop_pair= 30 , 50\n\nKingDanger[]=\n 0:      0     0",
+                         0),
+              0u);
+    EXPECT_NE(text.find("\n30:    458   471     0 "), std::string::npos);
+    EXPECT_NE(text.find("\n  0  nmob= -24/-30  bmob=-14/-19  rmob=-11/-15  qmob= -13/-30\n"), std::string::npos);
+    EXPECT_NE(text.find("\n 14  nmob=   0/  0  bmob= 26/ 35  rmob= 22/ 29  qmob=  14/ 30\n"), std::string::npos);
+    EXPECT_NE(text.find("\nqueen_mob[28] = 27/60\nrank=2,  ppawn=  7, ppawnx=  7\n"), std::string::npos);
+    EXPECT_NE(text.find("\nrank=7,  ppawn=138, ppawnx= 67\npawn_shield= 6\npawn_storm= -12\n"
+                        "hung= -16/-24\npinned= -16/-24\nknight_outpost= 16 , 0\nPawnOpening\n"),
+              std::string::npos);
+    EXPECT_NE(text.find("\nKingEnding\n"), std::string::npos);
+    EXPECT_EQ(text.substr(text.size() - 3), "\n\n\n");
+}
+
+TEST(Reports, SwapListing) {
+    Board board("4k3/8/3p4/4N3/8/8/8/4K3 w - -");
+    EXPECT_EQ(swap_report(board.pos), "sq= e5, swap= 330\n");
+    Board quiet("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -");
+    EXPECT_EQ(swap_report(quiet.pos), "");
+}
+
+}  // namespace
