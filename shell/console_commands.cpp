@@ -14,10 +14,14 @@
 #include "eval/param_report.h"
 #include "eval/swap_report.h"
 #include "search/reductions.h"
+#include "search/search.h"
+#include "search/search_result.h"
 #include "search/search_limits.h"
 #include "search/threads.h"
 #include "search/time_manager.h"
 #include "search/transposition_table.h"
+#include "shell/console_editor.h"
+#include "shell/console_game_files.h"
 #include "shell/core/output.h"
 #include "shell/core/shell_state.h"
 #include "shell/game_position.h"
@@ -84,9 +88,13 @@ void jump_to(int64_t target) {
 void run_perft(const char* depth_text) {
     abandon_search_and_wait();
     int depth = static_cast<int>(read_clamped(depth_text, 0, kMaxPerftDepth));
+    // Perft plays over the history entry of a taken-back move; keep it for "]".
+    HistoryEntry& next = game_block().history[game_block().history_count];
+    const Move taken_back = next.move;
     read_clock(1);
     uint64_t nodes = perft(game_position(), game_position().side_to_move, depth);
     read_clock(0);
+    next.move = taken_back;
     print_perft_result(nodes, elapsed);
 }
 
@@ -141,6 +149,33 @@ void set_search_parameter(const char* name, const char* value) {
         init_eval_tables();
         send_line("selectivity set to default");
     }
+}
+
+// The line the transposition table holds from the game position, in
+// algebraic notation, and the board at its end.
+void print_principal_variation() {
+    abandon_search_and_wait();
+    Position& pos = game_position();
+    HistoryEntry& next = game_block().history[game_block().history_count];
+    const Move taken_back = next.move;
+    std::string line;
+    int played = 0;
+    while (played < kMaxPly && game_history_has_room()) {
+        TTRead entry = tt_read(full_key(pos), pos.side_to_move, 1, pos.board);
+        if (!entry.hit || !is_playable_move(pos, entry.move)) break;
+        char coordinate[kMoveTextSize], san[kMoveTextSize], with_file[kMoveTextSize],
+            with_rank[kMoveTextSize];
+        move_to_san(pos, entry.move, coordinate, san, with_file, with_rank);
+        if (played > 0) line += ' ';
+        line += san;
+        make_move(pos, entry.move);
+        ++played;
+    }
+    std::printf("PV: %s\n\n", line.c_str());
+    std::fflush(stdout);
+    print_board(pos);
+    for (; played > 0; --played) unmake_move(pos);
+    next.move = taken_back;
 }
 
 void start_analysis(const char* depth_text) {
@@ -220,8 +255,19 @@ void execute_console_command(const char* line) {
     } else if (is("swap")) {
         abandon_search_and_wait();
         print_report(swap_report(game_position()));
-    } else if (is("get") || is("tag") || is("pv") || is("trace") || is("load") || is("save") ||
-               is("edit") || is("book") || is("mkbook") || is("tune")) {
+    } else if (is("get")) {
+        get_epd_position(words[1]);
+    } else if (is("tag")) {
+        tag_key = full_key(game_position());
+    } else if (is("pv")) {
+        print_principal_variation();
+    } else if (is("load")) {
+        load_pgn_game(words[1], words[2]);
+    } else if (is("save")) {
+        save_game();
+    } else if (is("edit")) {
+        edit_position();
+    } else if (is("trace") || is("book") || is("mkbook") || is("tune")) {
         send_linef("%s is not available in this build", words[0]);
     } else if (is("move")) {
         play_typed_move(words[1]);

@@ -75,3 +75,13 @@ bool take_command(InputReader& reader, char* command, std::size_t size) {
 bool input_exhausted(const InputReader& reader) {
     return reader.end_of_input && reader.length == 0;
 }
+
+bool wait_for_line(InputReader& reader, char* command, std::size_t size) {
+    for (;;) {
+        if (take_command(reader, command, size)) return true;
+        if (reader.end_of_input) return false;
+        pollfd request{reader.fd, POLLIN, 0};
+        poll(&request, 1, -1);
+        fill_queue(reader);
+    }
+}

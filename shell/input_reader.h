@@ -35,3 +35,7 @@ bool take_command(InputReader& reader, char* command, std::size_t size);
 // True once the input has ended and every queued line has been taken.
 bool input_exhausted(const InputReader& reader);
 
+
+// Like take_command, but waits (blocking) until a line arrives. Returns false
+// only when the input has ended with nothing left.
+bool wait_for_line(InputReader& reader, char* command, std::size_t size);

@@ -16,6 +16,7 @@
 #include "shell/core/shell_state.h"
 #include "shell/game_position.h"
 #include "shell/read_command.h"
+#include "tablebase/probe.h"
 
 namespace {
 
@@ -85,7 +86,7 @@ void report_search() {
 }
 
 void run_normal_play() {
-    // Tablebase access would be initialised here with the configured path.
+    tb_init(SyzygyPath);
     init_eval_tables();
     set_game_fen(kStartFen);
     if (shell.protocol_mode == 0) print_board(game_position());

@@ -7,6 +7,7 @@
 #include "shell/core/output.h"
 #include "shell/play_settings.h"
 #include "shell/words.h"
+#include "tablebase/probe.h"
 
 namespace {
 
@@ -147,9 +148,9 @@ void apply_keyed_line(std::FILE* file, const char* line, EngineParams& p) {
     } else if (!std::strcmp(key, "BookDepth")) {
         play_settings.book_depth = static_cast<uint8_t>(read_clamped(words[1], 0, 255));
     } else if (!std::strcmp(key, "SyzygyProbeDepth5")) {
-        play_settings.syzygy_probe_depth5 = static_cast<int>(read_clamped(words[1], 1, 100));
+        SyzygyProbeDepth5 = static_cast<int>(read_clamped(words[1], 1, 100));
     } else if (!std::strcmp(key, "SyzygyProbeDepth6")) {
-        play_settings.syzygy_probe_depth6 = static_cast<int>(read_clamped(words[1], 1, 100));
+        SyzygyProbeDepth6 = static_cast<int>(read_clamped(words[1], 1, 100));
     } else {
         int phase = 0;
         if (int piece = table_key(key, &phase)) read_pst_block(file, p, piece, phase);
@@ -191,7 +192,7 @@ int read_settings_file(const char* name, EngineParams& p) {
             if (*c == '=' || *c == ',') *c = ' ';
         }
         if (std::strstr(line, "SyzygyPath")) {
-            read_path(line, "SyzygyPath", play_settings.syzygy_path, sizeof play_settings.syzygy_path);
+            read_path(line, "SyzygyPath", SyzygyPath, kSyzygyPathLength + 1);
         } else if (std::strstr(line, "VornBook")) {
             read_path(line, "VornBook", play_settings.book_file, sizeof play_settings.book_file);
         } else {

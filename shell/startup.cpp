@@ -19,6 +19,7 @@
 #include "shell/main_loop.h"
 #include "shell/play_settings.h"
 #include "shell/settings_file.h"
+#include "tablebase/probe.h"
 
 namespace {
 
@@ -34,6 +35,9 @@ void set_defaults() {
     shell.log_file = log;
     limits = SearchLimits{};
     play_settings = PlaySettings{};
+    SyzygyPath[0] = '\0';
+    SyzygyProbeDepth5 = 1;
+    SyzygyProbeDepth6 = 3;
     set_default_params(params);
     threads = 1;
     hash_size_mb = 64;

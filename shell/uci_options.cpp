@@ -13,6 +13,7 @@
 #include "shell/play_settings.h"
 #include "shell/uci.h"
 #include "shell/words.h"
+#include "tablebase/probe.h"
 
 void print_uci_identification() {
     send_line("id name Vorn 3.50");
@@ -25,11 +26,11 @@ void print_uci_identification() {
     send_line("option name Communication Overhead type spin default 25 min 0 max 5000");
     send_line("option name OwnBook type check default false");
     send_line("option name Log type check default false");
-    send_linef("option name SyzygyPath type string default %s", play_settings.syzygy_path);
+    send_linef("option name SyzygyPath type string default %s", SyzygyPath);
     send_linef("option name SyzygyProbeDepth5 type spin default %d min 1 max 100",
-               play_settings.syzygy_probe_depth5);
+               SyzygyProbeDepth5);
     send_linef("option name SyzygyProbeDepth6 type spin default %d min 1 max 100",
-               play_settings.syzygy_probe_depth6);
+               SyzygyProbeDepth6);
     shell.log_enabled = 0;
     play_settings.own_book = false;
     send_line("uciok");
@@ -39,7 +40,7 @@ void print_uci_identification() {
 namespace {
 
 constexpr std::size_t kOptionNameSize = 64;
-constexpr std::size_t kOptionValueSize = sizeof PlaySettings{}.syzygy_path;
+constexpr std::size_t kOptionValueSize = kSyzygyPathLength + 1;
 
 // Splits "name <name> [value <value>]": the name runs up to the word "value"
 // (trailing blanks removed), the value is the first word after it.
@@ -108,14 +109,15 @@ void set_uci_option(const char* arguments) {
             send_line("Hash table cleared");
         }
     } else if (is("SyzygyPath")) {
-        copy_text(play_settings.syzygy_path, sizeof play_settings.syzygy_path, value);
-        send_linef("info string SyzygyPath set to %s", play_settings.syzygy_path);
-        // Tablebase access would be initialised again here once it exists.
+        abandon_search_and_wait();
+        copy_text(SyzygyPath, kSyzygyPathLength + 1, value);
+        send_linef("info string SyzygyPath set to %s", SyzygyPath);
+        tb_init(SyzygyPath);
     } else if (is("SyzygyProbeDepth5")) {
-        play_settings.syzygy_probe_depth5 = static_cast<int>(read_clamped(value, 1, 100));
-        send_linef("info string SyzygyProbeDepth5 set to %d", play_settings.syzygy_probe_depth5);
+        SyzygyProbeDepth5 = static_cast<int>(read_clamped(value, 1, 100));
+        send_linef("info string SyzygyProbeDepth5 set to %d", SyzygyProbeDepth5);
     } else if (is("SyzygyProbeDepth6")) {
-        play_settings.syzygy_probe_depth6 = static_cast<int>(read_clamped(value, 1, 100));
-        send_linef("info string SyzygyProbeDepth6 set to %d", play_settings.syzygy_probe_depth6);
+        SyzygyProbeDepth6 = static_cast<int>(read_clamped(value, 1, 100));
+        send_linef("info string SyzygyProbeDepth6 set to %d", SyzygyProbeDepth6);
     }
 }

@@ -142,3 +142,72 @@ TEST(Console, LevelPrintsTheTimeControl) {
 }
 
 }  // namespace
+
+namespace {
+
+// Runs a console script in an engine whose directory holds the given files.
+std::string run_with_files(const std::vector<std::pair<std::string, std::string>>& files,
+                           const std::string& script, std::string* saved = nullptr) {
+    EngineProcess engine({"-c", "-hash", "1"});
+    for (const auto& [name, content] : files) {
+        FILE* f = std::fopen((engine.directory() + "/" + name).c_str(), "w");
+        if (f) {
+            std::fputs(content.c_str(), f);
+            std::fclose(f);
+        }
+    }
+    engine.send(script);
+    engine.close_input();
+    EXPECT_EQ(engine.wait_exit(30), 0);
+    if (saved) *saved = engine.read_file("tmp.pgn");
+    return engine.output();
+}
+
+TEST(ConsoleFiles, SaveAppendsOneGamePerCallAndKeepsThePosition) {
+    std::string saved;
+    std::string out = run_with_files({}, "e2e4\ne7e5\nO-O\nNf3\nNc6\nundo\nsave\nsave\n]\nquit", &saved);
+    EXPECT_EQ(saved, "[Event \"Unknown\"]\ne4 e5 Nf3 \n\n[Event \"Unknown\"]\ne4 e5 Nf3 \n\n");
+    // The taken-back move can still be replayed after saving.
+    EXPECT_NE(out.find("2... move b8c6\n"), std::string::npos) << out;
+}
+
+TEST(ConsoleFiles, LoadPicksAGameByNumberOrByText) {
+    const std::string pgn =
+        "[Event \"first\"]\n[White \"Ann\"]\n\n1. e4 {a comment\nover two lines} e5 2. Nf3 1-0\n\n"
+        "[Event \"second\"]\n[White \"Bob\"]\n\n1. d4 d5 2. c4 dxc4 1/2-1/2\n\n"
+        "[Event \"third\"]\n\n1. e4 Ke7 Qh5 0-1\n";
+    std::string out = run_with_files({{"games.pgn", pgn}},
+                                     "load games.pgn 2\nload games.pgn Ann\nload games.pgn third\n"
+                                     "load missing.pgn\nquit");
+    EXPECT_NE(out.find("loading games.pgn, tag 2\n\nrnbqkbnr/ppp1pppp/8/8/2pP4/8/PP2PPPP/RNBQKBNR w KQkq -\n"),
+              std::string::npos) << out;
+    EXPECT_NE(out.find("loading games.pgn, tag Ann\n\nrnbqkbnr/pppp1ppp/8/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R b KQkq -\n"),
+              std::string::npos) << out;
+    EXPECT_NE(out.find("can't parse move 'Ke7'\n"), std::string::npos) << out;
+    // A file that cannot be opened leaves the position as it was.
+    EXPECT_NE(out.find("loading missing.pgn, tag \n\nrnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3\n"),
+              std::string::npos) << out;
+}
+
+TEST(ConsoleFiles, GetFindsAPositionByItsId) {
+    const std::string epd =
+        "; a comment naming id \"WAC.001\"\n"
+        "4k3/8/8/8/8/8/8/4K2R w K - bm O-O; id \"WAC.001\";\n"
+        "8/8/8/8/8/8/8/K6k b - - id \"WAC.002\";\n";
+    std::string out = run_with_files({{"test.epd", epd}}, "get WAC.002\nget nothing\nquit");
+    EXPECT_NE(out.find("8/8/8/8/8/8/8/K6k b - - id \"WAC.002\";\n8/8/8/8/8/8/8/K6k b - -\n"),
+              std::string::npos) << out;
+}
+
+TEST(ConsoleFiles, EditorKeepsOnlyCastlingRightsItsPiecesSupport) {
+    std::string out = run_with_files(
+        {}, "edit\n#\nw Ke1 Rh1 Ra2\nb Ke8 Ra8 xa8 Qd8 Zz9 Qa1\n.\nquit");
+    EXPECT_NE(out.find("\n\n\n.                    end edit\n#                    clear board\n"),
+              std::string::npos) << out;
+    // White keeps its king side (rook on h1), loses the queen side (rook on
+    // a2); Black's a8 rook was removed again; the word after the bad square is
+    // not read; the last colour line decides the side to move.
+    EXPECT_NE(out.find("3qk3/8/8/8/8/8/R7/4K2R b K -\n"), std::string::npos) << out;
+}
+
+}  // namespace

@@ -8,6 +8,7 @@
 
 #include "eval/engine_params.h"
 #include "shell/play_settings.h"
+#include "tablebase/probe.h"
 
 namespace {
 
@@ -25,6 +26,7 @@ protected:
         path = name;
         set_default_params(p);
         play_settings = PlaySettings{};
+        SyzygyPath[0] = '\0';
     }
     void TearDown() override { unlink(path.c_str()); }
 
@@ -81,11 +83,11 @@ TEST_F(SettingsFile, KeysWithEqualsSignsAndCommas) {
 
 TEST_F(SettingsFile, PathsAreReadFromAnyLineButNotFromComments) {
     load("# SyzygyPath /commented\nBookDepth 3 SyzygyPath \"/tb/wdl\" more\nVornBook=my.opn\n");
-    EXPECT_STREQ(play_settings.syzygy_path, "/tb/wdl");
+    EXPECT_STREQ(SyzygyPath, "/tb/wdl");
     EXPECT_STREQ(play_settings.book_file, "my.opn");
     EXPECT_EQ(play_settings.book_depth, 24);  // the line was a path line, not a key line
     load("SyzygyPath " + std::string(300, 'x') + "\n");
-    EXPECT_EQ(std::string(play_settings.syzygy_path), std::string(143, 'x'));
+    EXPECT_EQ(std::string(SyzygyPath), std::string(143, 'x'));
 }
 
 TEST_F(SettingsFile, CompleteTablesReplaceTheBuiltInOnes) {

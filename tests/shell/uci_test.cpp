@@ -85,10 +85,13 @@ TEST_F(Uci, OptionRepliesAndClamps) {
     EXPECT_EQ(exchange("setoption name SyzygyProbeDepth6 value 500"),
               "info string SyzygyProbeDepth6 set to 100\n");
     EXPECT_EQ(exchange("setoption name SyzygyPath value /tb/one /tb/two"),
-              "info string SyzygyPath set to /tb/one\n");
+              "info string SyzygyPath set to /tb/one\ninfo string found 0 tablebases\n");
+    EXPECT_EQ(exchange("setoption name SyzygyPath value <empty>"),
+              "info string SyzygyPath set to <empty>\n");
     std::string long_path(1000, 'p');
     EXPECT_EQ(exchange("setoption name SyzygyPath value " + long_path),
-              "info string SyzygyPath set to " + long_path.substr(0, 143) + "\n");
+              "info string SyzygyPath set to " + long_path.substr(0, 143) +
+                  "\ninfo string found 0 tablebases\n");
     EXPECT_EQ(exchange("setoption name Hash value 1\nsetoption name Clear Hash"),
               "info string Hash size set to 1M bytes\nHash table cleared\n");
     EXPECT_EQ(exchange("setoption name Ponder value false\nsetoption name NoSuchOption value 3\n"
