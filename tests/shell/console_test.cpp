@@ -130,9 +130,9 @@ TEST(Console, MovesAreRefusedOnceTheHistoryIsFull) {
 }
 
 TEST(Console, CommandsWithoutAToolSayNotAvailable) {
-    std::string out = run_console("save\nedit\nquit");
-    EXPECT_NE(out.find("save is not available"), std::string::npos);
-    EXPECT_NE(out.find("edit is not available"), std::string::npos);
+    std::string out = run_console("book\nmkbook\nquit");
+    EXPECT_NE(out.find("book is not available"), std::string::npos);
+    EXPECT_NE(out.find("mkbook is not available"), std::string::npos);
 }
 
 TEST(Console, LevelPrintsTheTimeControl) {
