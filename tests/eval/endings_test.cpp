@@ -1,5 +1,5 @@
-// Endings that are scored without the full evaluation, the material draws
-// and the draw-scaling factors.
+// Whole evaluations: the start position, the endings scored without the
+// full evaluation, the material draws and the draw-scaling factors.
 
 #include <gtest/gtest.h>
 
@@ -29,6 +29,12 @@ double draw_factor(const char* fen) {
     Evaluator eval;
     traced_evaluation_report(board.pos, *eval.state);
     return eval_trace.draw_adj;
+}
+
+TEST(Evaluate, StartPositionIsTheTempo) {
+    // Every term but the tempo cancels: 14 x 148 / 128 = 16.
+    EXPECT_EQ(eval_fen("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -"), 16);
+    EXPECT_EQ(eval_fen("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR b KQkq -"), 16);
 }
 
 TEST(Endings, InCheckShortcut) {

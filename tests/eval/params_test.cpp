@@ -112,13 +112,6 @@ TEST(PieceSquareTables, KingColumnCopiedIntoSquareParams) {
     EXPECT_EQ(p.pst_square[62], 17);
 }
 
-TEST(Rounding, HalvesAwayFromZero) {
-    EXPECT_EQ(round_half_away(2.5), 3);
-    EXPECT_EQ(round_half_away(-2.5), -3);
-    EXPECT_EQ(round_half_away(-2.49), -2);
-    EXPECT_EQ(round_half_away(1e9), 32767);
-}
-
 TEST(TuneParams, TableLayoutAndSelection) {
     set_default_params(params);
     init_eval_tables();

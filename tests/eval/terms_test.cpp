@@ -41,6 +41,21 @@ PawnHashEntry pawn_entry(const char* fen) {
     return e;
 }
 
+// Change of White's positional opening total when one parameter grows by
+// `delta`: how often (and how scaled) the term applies.
+int white_opening_effect(const char* fen, int16_t EngineParams::*field, int delta) {
+    Board board(fen);
+    Evaluator eval;
+    eval(board.pos);
+    const int before = eval.state->info.pos_op[0];
+    const EngineParams saved = params;
+    params.*field = int16_t(params.*field + delta);
+    eval(board.pos);
+    const int after = eval.state->info.pos_op[0];
+    params = saved;
+    return after - before;
+}
+
 TEST(PawnStructure, LoneRookPawnIsWeakIsolatedAndBackward) {
     PawnHashEntry e = pawn_entry("4k3/8/8/8/8/8/P7/4K3 w - -");
     const EngineParams& p = params;
@@ -145,32 +160,14 @@ TEST(SafeAdvance, Exchanges) {
     EXPECT_EQ(safe_advance(f.pos, 0, 8, 16, occ), 0);        // Rxa3 Rxa3 loses the rook
 }
 
-TEST(Pieces, TrappedRookBesideItsKing) {
-    const char* fen = "4k3/8/8/8/8/8/P1P5/RK6 w - -";
-    Board board(fen);
-    Evaluator eval;
-    eval(board.pos);
-    int base = eval.state->info.pos_op[0];
-    EngineParams saved = params;
-    params.rook_trapped = -125;
-    eval(board.pos);
-    int heavier = eval.state->info.pos_op[0];
-    params = saved;
-    EXPECT_EQ(base - heavier, 100);
-}
-
-TEST(Pieces, KnightOutpostDefendedByPawn) {
-    const char* fen = "4k3/8/8/4N3/3P4/8/8/4K3 w - -";
-    Board board(fen);
-    Evaluator eval;
-    eval(board.pos);
-    int base = eval.state->info.pos_op[0];
-    EngineParams saved = params;
-    params.knight_outpost += 100;
-    eval(board.pos);
-    int more = eval.state->info.pos_op[0];
-    params = saved;
-    EXPECT_EQ(more - base, 100);
+TEST(Pieces, TrappedRookAndOutpost) {
+    EXPECT_EQ(white_opening_effect("4k3/8/8/8/8/8/P1P5/RK6 w - -", &EngineParams::rook_trapped, -100), -100);
+    // Without its own pawn on the a-file the rook counts as on an open file.
+    EXPECT_EQ(white_opening_effect("4k3/8/8/8/8/8/2P5/RK6 w - -", &EngineParams::rook_trapped, -100), 0);
+    // Knight on e5 defended by d4, out of reach of Black's pawns.
+    EXPECT_EQ(white_opening_effect("4k3/8/8/4N3/3P4/8/8/4K3 w - -", &EngineParams::knight_outpost, 100), 100);
+    // A knight that only eyes an outpost square gets half.
+    EXPECT_EQ(white_opening_effect("4k3/8/8/8/3P4/5N2/8/4K3 w - -", &EngineParams::knight_outpost, 100), 50);
 }
 
 TEST(HungPieces, TwoHungPiecesPayExtra) {
@@ -212,30 +209,12 @@ TEST(Pins, PinnedPawnScoresNothing) {
     EXPECT_EQ(u.info.pos_op[0], params.pinned_op);
 }
 
-TEST(KingSafety, ShieldOfThreePawns) {
-    // The enemy queen keeps the opening term whole (phase count 4 > 3).
-    const char* fen = "3qk3/8/8/8/8/8/5PPP/6K1 w - -";
-    Scratch a(fen);
-    evaluate_king(a.info, 0, 6);
-    int base = a.info.pos_op[0];
-    EngineParams saved = params;
-    params.pawn_shield += 100;
-    a.zero();
-    evaluate_king(a.info, 0, 6);
-    int more = a.info.pos_op[0];
-    params = saved;
-    EXPECT_EQ(more - base, 100);  // s = 1 + 3 + 3 + 3 = 10
-
-    // No pawn around: s = 0, nine times the shield.
-    Scratch b("3qk3/8/8/8/8/8/8/N5K1 w - -");
-    evaluate_king(b.info, 0, 6);
-    base = b.info.pos_op[0];
-    params.pawn_shield += 100;
-    b.zero();
-    evaluate_king(b.info, 0, 6);
-    more = b.info.pos_op[0];
-    params = saved;
-    EXPECT_EQ(more - base, -900);
+TEST(KingSafety, PawnShield) {
+    // The enemy queen keeps the opening term whole (phase count 4 > 3):
+    // f2, g2, h2 give s = 1 + 3 + 3 + 3 = 10, one unit of the shield.
+    EXPECT_EQ(white_opening_effect("3qk3/8/8/8/8/8/5PPP/6K1 w - -", &EngineParams::pawn_shield, 100), 100);
+    // No pawn around: s = 0, minus nine units.
+    EXPECT_EQ(white_opening_effect("3qk3/8/8/8/8/8/8/N5K1 w - -", &EngineParams::pawn_shield, 100), -900);
 }
 
 TEST(KingSafety, NoEnemyQueenHalvesTheOpeningTerm) {
@@ -252,27 +231,10 @@ TEST(KingSafety, NoEnemyQueenHalvesTheOpeningTerm) {
 }
 
 TEST(KingSafety, StormOnlyAgainstTheOtherWing) {
-    // Black's two rooks make the shelter terms count (phase count 4).
-    Scratch a("2k1r1r1/8/8/8/8/8/5PPP/6K1 w - -");
-    evaluate_king(a.info, 0, 6);
-    int base = a.info.pos_op[0];
-    EngineParams saved = params;
-    params.pawn_storm -= 100;
-    a.zero();
-    evaluate_king(a.info, 0, 6);
-    int stormed = a.info.pos_op[0];
-    params = saved;
-    EXPECT_EQ(stormed - base, -300 / 2);  // three open shield files, halved (no queen)
-
-    Scratch b("4r1rk/8/8/8/8/8/5PPP/6K1 w - -");
-    evaluate_king(b.info, 0, 6);
-    base = b.info.pos_op[0];
-    params.pawn_storm -= 100;
-    b.zero();
-    evaluate_king(b.info, 0, 6);
-    stormed = b.info.pos_op[0];
-    params = saved;
-    EXPECT_EQ(stormed, base);
+    // Black's two rooks make the shelter count (phase count 4, no queen, so
+    // the opening term is halved): three shield files without Black pawns.
+    EXPECT_EQ(white_opening_effect("2k1r1r1/8/8/8/8/8/5PPP/6K1 w - -", &EngineParams::pawn_storm, -100), -150);
+    EXPECT_EQ(white_opening_effect("4r1rk/8/8/8/8/8/5PPP/6K1 w - -", &EngineParams::pawn_storm, -100), 0);
 }
 
 }  // namespace
