@@ -36,6 +36,17 @@ bool play_game_move(Move move) {
     return true;
 }
 
+bool compact_game_history() {
+    ThreadData& block = game_block();
+    const int count = block.history_count;
+    const int keep = block.pos.fifty_count < count ? block.pos.fifty_count : count;
+    if (keep >= count) return false;
+    std::memmove(block.history, block.history + (count - keep), sizeof(HistoryEntry) * keep);
+    block.history_count = static_cast<int16_t>(keep);
+    block.history[keep].move = 0;
+    return true;
+}
+
 Move replayable_move() {
     const ThreadData& block = game_block();
     if (!game_history_has_room()) return kNoMove;

@@ -25,6 +25,12 @@ bool game_history_has_room();
 // it. Returns false, playing nothing, when the history is full.
 bool play_game_move(Move move);
 
+// Drops the history entries from before the last capture, pawn move or
+// castling: nothing can repeat across those, so a game the interface sends
+// move by move may go on past the history's capacity. Returns false when no
+// entry could be dropped. Taken-back moves can no longer reach past it.
+bool compact_game_history();
+
 // The move taken back last that "]" would replay (a legal move of the side to
 // move stored at history_count), or 0.
 Move replayable_move();

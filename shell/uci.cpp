@@ -32,7 +32,9 @@ void new_game() {
 }
 
 // Plays the move words after "moves". A word that is not a legal move of the
-// side to move, or a move beyond the history's capacity, ends the list.
+// side to move ends the list. A game longer than the history holds keeps
+// only the history since its last irreversible move; when even that is full,
+// the rest of the list is refused.
 void play_move_list(const char* list) {
     char word[kCommandWordSize];
     const char* p = list;
@@ -52,6 +54,7 @@ void play_move_list(const char* list) {
                        word);
             break;
         }
+        if (!game_history_has_room()) compact_game_history();
         if (!play_game_move(move)) {
             send_linef("info string game history is full, moves from %s on are ignored", word);
             break;

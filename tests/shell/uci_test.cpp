@@ -116,14 +116,31 @@ TEST_F(Uci, PositionPlaysMovesAndStopsAtTheFirstBadOne) {
     EXPECT_NE(out.find("info string fen 4k3/8/8/8/8/8/8/5RK1 b - -\n"), std::string::npos) << out;
 }
 
-TEST_F(Uci, LongMoveListsStopAtTheHistoryLimit) {
+TEST_F(Uci, GamesLongerThanTheHistoryAreFollowed) {
+    // Twelve rounds of one pawn move per side and 56 plies of knight moves:
+    // 696 plies, more than the history holds, but never 100 plies without a
+    // pawn move.
     std::string moves;
+    const char* white[] = {"a2a3", "a3a4", "b2b3", "b3b4", "c2c3", "c3c4",
+                           "d2d3", "d3d4", "e2e3", "e3e4", "h2h3", "h3h4"};
+    const char* black[] = {"a7a6", "a6a5", "b7b6", "b6b5", "c7c6", "c6c5",
+                           "d7d6", "d6d5", "e7e6", "e6e5", "h7h6", "h6h5"};
     const char* shuffle[] = {" g1f3", " g8f6", " f3g1", " f6g8"};
+    for (int round = 0; round < 12; ++round) {
+        moves += std::string(" ") + white[round] + " " + black[round];
+        for (int i = 0; i < 56; ++i) moves += shuffle[i % 4];
+    }
+    std::string out = search("position startpos moves" + moves + "\ngo depth 2");
+    EXPECT_EQ(out.find("info string"), out.find("info string fen")) << out;
+    EXPECT_NE(out.find("info string fen rnbqkbnr/5pp1/8/ppppp2p/PPPPP2P/8/5PP1/RNBQKBNR w KQkq -\n"),
+              std::string::npos) << out;
+    EXPECT_TRUE(std::regex_search(out, std::regex("bestmove [a-h][1-8][a-h][1-8]"))) << out;
+
+    // Knight moves only: beyond the fifty-move rule no search is made, and the
+    // null move is reported.
+    moves.clear();
     for (int i = 0; i < 760; ++i) moves += shuffle[i % 4];
-    std::string reply = exchange("position startpos moves" + moves);
-    EXPECT_NE(reply.find("info string game history is full"), std::string::npos) << reply;
-    // Far beyond the fifty-move rule: no search, the null move is reported.
-    std::string out = search("go depth 3");
+    out = search("position startpos moves" + moves + "\ngo depth 3");
     EXPECT_NE(out.find("bestmove null\n"), std::string::npos) << out;
 }
 
