@@ -72,6 +72,16 @@ bool take_command(InputReader& reader, char* command, std::size_t size) {
     }
 }
 
+bool line_ready(const InputReader& reader) {
+    return reader.end_of_input || std::memchr(reader.text, '@', reader.length) != nullptr;
+}
+
+void wait_for_input(const InputReader& reader, int milliseconds) {
+    if (line_ready(reader)) return;
+    pollfd request{reader.fd, POLLIN, 0};
+    if (poll(&request, 1, milliseconds) < 0) return;
+}
+
 bool input_exhausted(const InputReader& reader) {
     return reader.end_of_input && reader.length == 0;
 }

@@ -32,6 +32,14 @@ void fill_queue(InputReader& reader);
 // counts as complete. Returns false when no line is waiting.
 bool take_command(InputReader& reader, char* command, std::size_t size);
 
+// True when a complete line is queued (or the input has ended), so that the
+// next take_command or input_exhausted call has something to report.
+bool line_ready(const InputReader& reader);
+
+// Waits at most `milliseconds` for input to arrive; returns at once when a
+// line is already queued or the input has ended (never spins on a closed input).
+void wait_for_input(const InputReader& reader, int milliseconds);
+
 // True once the input has ended and every queued line has been taken.
 bool input_exhausted(const InputReader& reader);
 

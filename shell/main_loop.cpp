@@ -1,8 +1,5 @@
 #include "shell/main_loop.h"
 
-#include <chrono>
-#include <thread>
-
 #include "board/notation.h"
 #include "eval/engine_params.h"
 #include "search/iterate.h"
@@ -15,6 +12,7 @@
 #include "shell/core/output.h"
 #include "shell/core/shell_state.h"
 #include "shell/game_position.h"
+#include "shell/input_reader.h"
 #include "shell/read_command.h"
 #include "tablebase/probe.h"
 
@@ -96,8 +94,11 @@ void run_normal_play() {
     while (!shell.quit_requested) {
         // Poll input and the clock whenever no search can start at once, so
         // a request made during a search never turns this into a busy loop.
+        // The wait ends early when input arrives; once the workers have been
+        // told to stop it is short, so the result follows them closely.
         if (shell.start_request == 0 || shell.search_mode != 0) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            const bool stopping = stop_signal != 0 && count_searching() != 0;
+            wait_for_input(console_input, stopping ? 1 : 5);
             check_time();
             read_command();
             if (shell.quit_requested) break;
