@@ -75,6 +75,18 @@ void print_root_line(ThreadData& td, int pv_index, int depth) {
 
 }  // namespace
 
+int aspiration_width(int depth, int prev) {
+    if (depth <= 1) return 10000;
+    if (depth == 2) return 250;
+    return std::abs(prev) / 16 + std::max(15, (15 - depth) * 4);
+}
+
+void aspiration_window(int depth, int prev, int* alpha, int* beta) {
+    int width = aspiration_width(depth, prev);
+    *alpha = clamp_low(prev - width);
+    *beta = clamp_high(prev + width);
+}
+
 void publish_result(ThreadData& td) {
     if (!is_first_worker(td.thread_index)) return;
     int depth = td.completed_depth;
@@ -171,9 +183,9 @@ void root_search(ThreadData& td, int depth, int pv_index) {
     root.legal_moves = 0;
     root.depth = static_cast<int16_t>(depth);
 
-    int width = depth == 1 ? 10000 : depth == 2 ? 250 : std::abs(prev) / 16 + std::max(15, (15 - depth) * 4);
-    int alpha = clamp_low(prev - width);
-    int beta = clamp_high(prev + width);
+    int width = aspiration_width(depth, prev);
+    int alpha, beta;
+    aspiration_window(depth, prev, &alpha, &beta);
     int best = -10000;
     const bool root_in_check = in_check(pos, side);
     const bool has_material = pos.phase_material[side] > 0 && (pos.piece_counts[side] & 15) > 0;

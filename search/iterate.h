@@ -20,6 +20,11 @@ extern uint16_t root_tb_move;
 extern int root_tb_score[2];
 extern int draw_value[2];                   // repetition value per side (contempt)
 
+// Half-width of the first aspiration window at `depth` around the previous
+// score, and the window itself (mate-range edges opened to +-10000).
+int aspiration_width(int depth, int prev);
+void aspiration_window(int depth, int prev, int* alpha, int* beta);
+
 // Runs one whole search on the block's position; returns when done.
 void iterative_deepening(int thread_index);
 

@@ -1,0 +1,198 @@
+#include <gtest/gtest.h>
+
+#include "eval/engine_params.h"
+#include "search/iterate.h"
+#include "search/reductions.h"
+#include "tests/search/search_fixture.h"
+
+TEST(LmrTable, WorkedValues) {
+    EngineParams p;
+    p.LMR_strength = 100;
+    build_lmr_table(p);
+    // Non-PV depth 3 after 2 moves: 0.55 * (sqrt 5 - 2.5) + 1.2 = 1.05 -> 1.
+    EXPECT_EQ(p.lmr_table[0][3][2], 1);
+    // Nothing below depth 3 or before the second move.
+    EXPECT_EQ(p.lmr_table[0][2][10], 0);
+    EXPECT_EQ(p.lmr_table[0][10][1], 0);
+    // PV depth 3 is capped at d - 3 = 0.
+    EXPECT_EQ(p.lmr_table[1][3][31], 0);
+    // Caps: non-PV 3, PV 2.
+    EXPECT_EQ(p.lmr_table[0][69][31], 3);
+    EXPECT_EQ(p.lmr_table[1][69][31], 2);
+    // PV depth 20, 20 moves: 0.55 * (sqrt 40 - 2.5) = 2.10 -> 2.
+    EXPECT_EQ(p.lmr_table[1][20][20], 2);
+    // Non-PV depth 4, 5 moves: 0.55 * 0.5 + 1.2 = 1.475 -> 1; min(1, 2) = 1.
+    EXPECT_EQ(p.lmr_table[0][4][5], 1);
+    // Entries never decrease with more moves.
+    for (int pv = 0; pv < 2; pv++)
+        for (int d = 3; d < 70; d++)
+            for (int n = 3; n < 32; n++) EXPECT_GE(p.lmr_table[pv][d][n], p.lmr_table[pv][d][n - 1]);
+
+    // A weaker strength reduces less.
+    EngineParams weak;
+    weak.LMR_strength = 25;
+    build_lmr_table(weak);
+    EXPECT_EQ(weak.lmr_table[1][20][20], 1);  // 0.275 * 3.82 = 1.05
+}
+
+TEST(Aspiration, WindowAroundThePreviousScore) {
+    int a, b;
+    aspiration_window(5, 40, &a, &b);
+    EXPECT_EQ(aspiration_width(5, 40), 42);
+    EXPECT_EQ(a, -2);
+    EXPECT_EQ(b, 82);
+    aspiration_window(1, 40, &a, &b);
+    EXPECT_EQ(a, -10000);
+    EXPECT_EQ(b, 10000);
+    EXPECT_EQ(aspiration_width(2, 500), 250);
+    // Deep iterations keep at least 15 on each side.
+    EXPECT_EQ(aspiration_width(20, 0), 15);
+    // Near a mate score the window opens to the end of the range.
+    aspiration_window(10, 9690, &a, &b);
+    EXPECT_EQ(b, 10000);
+    aspiration_window(10, -9690, &a, &b);
+    EXPECT_EQ(a, -10000);
+}
+
+TEST(TimeTarget, ClockModes) {
+    SearchLimits l;
+    l.ponder_enabled = 0;
+    l.time_mode = 0;
+    l.clock[0] = 60.0;
+    EXPECT_NEAR(compute_target_time(l, 0, 0, false), 60.0 / 39, 1e-9);
+    EXPECT_EQ(l.moves_to_go, 38);
+
+    l.clock[1] = 10.0;
+    l.increment = 0.1;
+    EXPECT_NEAR(compute_target_time(l, 1, 40, false), 10.0 / 25 + 0.1 * 10 / 10.2, 1e-9);
+    EXPECT_NEAR(l.target_time, 0.498, 0.001);
+
+    l.increment = 0;
+    l.clock[0] = 0.1;
+    EXPECT_DOUBLE_EQ(compute_target_time(l, 0, 40, false), 0.002);
+
+    // Pondering allows 30 % more while several moves remain.
+    SearchLimits ponder = l;
+    ponder.ponder_enabled = 1;
+    ponder.clock[0] = 60.0;
+    EXPECT_NEAR(compute_target_time(ponder, 0, 0, false), 60.0 / 39 * 1.3, 1e-9);
+
+    // Fixed time per move: the target is the move time, which becomes the clock.
+    SearchLimits fixed;
+    fixed.time_mode = 1;
+    fixed.move_time = 2.5;
+    EXPECT_DOUBLE_EQ(compute_target_time(fixed, 1, 12, false), 2.5);
+    EXPECT_DOUBLE_EQ(fixed.clock[1], 2.5);
+
+    // Console "level 40": moves left in the period from the move number.
+    SearchLimits level;
+    level.ponder_enabled = 0;
+    level.time_mode = 40;
+    level.clock[0] = 300.0;
+    compute_target_time(level, 0, 20, true);
+    EXPECT_EQ(level.moves_to_go, 30);
+    EXPECT_NEAR(level.target_time, 300.0 / 31, 1e-9);
+    // In UCI the given moves-to-go stands.
+    level.moves_to_go = 5;
+    compute_target_time(level, 0, 20, false);
+    EXPECT_EQ(level.moves_to_go, 5);
+    // A nonsensical moves-to-go cannot divide by zero.
+    level.moves_to_go = -1;
+    EXPECT_GT(compute_target_time(level, 0, 20, false), 0.0);
+}
+
+namespace {
+
+// A published depth-`depth` result from the first worker, as check_time sees it.
+void fake_running_search(int depth, int score, int prev_score, int changed_depth) {
+    engine_up(1);
+    set_game_position("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -");
+    reset_search_result();
+    search_result.depth = static_cast<int16_t>(depth);
+    search_result.score = static_cast<int16_t>(score);
+    search_result.pv[1] = 0x0C1C;
+    ThreadData& w = *thread_table[1];
+    w.iteration_depth = static_cast<uint8_t>(depth + 1);
+    w.score_at_depth[depth] = static_cast<int16_t>(prev_score);
+    w.root_pv[1] = 0x0C1C;
+    w.root_score = static_cast<int16_t>(score);
+    w.root_state = 0;
+    last_change_depth = changed_depth;
+    easy_move = 0;
+    stop_signal = 0;
+    shell.search_mode = 1;
+}
+
+}  // namespace
+
+TEST(TimeCheck, StableBestMoveStopsAt85Percent) {
+    fake_running_search(8, 20, 20, 2);
+    limits.time_mode = 1;
+    limits.move_time = 1.0;
+    limits.target_time = 1.0;
+    check_time_at(0.84);
+    EXPECT_EQ(stop_signal.load(), 0);
+    check_time_at(0.86);
+    EXPECT_EQ(stop_signal.load(), 1);
+
+    // A best move that changed in the last iteration uses the full target
+    // (plus 1 % of a clock that fixed time per move leaves at zero).
+    fake_running_search(8, 20, 20, 8);
+    limits.time_mode = 1;
+    limits.target_time = 1.0;
+    limits.clock[0] = 1.0;
+    check_time_at(0.9);
+    EXPECT_EQ(stop_signal.load(), 0);
+    check_time_at(1.001);
+    EXPECT_EQ(stop_signal.load(), 1);
+    stop_signal = 0;
+}
+
+TEST(TimeCheck, FallingScoreBuysTimeFromTheClock) {
+    fake_running_search(5, -70, 0, 5);  // m = 15: more than four m below
+    limits.time_mode = 0;
+    limits.clock[0] = 100.0;
+    limits.target_time = 2.0;
+    limits.overhead = 0.025;
+    // limit = 2.0 + 20 % of the remaining clock - overhead: reached at
+    // t = (2.0 + 20 - 0.025) / 1.2 = 18.31 s.
+    check_time_at(3.0);
+    EXPECT_EQ(stop_signal.load(), 0);
+    check_time_at(18.2);
+    EXPECT_EQ(stop_signal.load(), 0);
+    check_time_at(18.4);
+    EXPECT_EQ(stop_signal.load(), 1);
+    stop_signal = 0;
+}
+
+TEST(TimeCheck, NothingStopsBeforeDepthTwoOrWhilePondering) {
+    fake_running_search(1, 0, 0, 1);
+    limits.time_mode = 1;
+    limits.target_time = 0.1;
+    check_time_at(50.0);
+    EXPECT_EQ(stop_signal.load(), 0);
+
+    fake_running_search(6, 0, 0, 1);
+    shell.search_mode = 2;
+    limits.time_mode = 1;
+    limits.target_time = 0.1;
+    check_time_at(50.0);
+    EXPECT_EQ(stop_signal.load(), 0);
+
+    // An abandoned analysis (mode 3) stops with 2.
+    shell.search_mode = 3;
+    check_time_at(50.0);
+    EXPECT_EQ(stop_signal.load(), 2);
+    stop_signal = 0;
+
+    // A single legal move stops at once.
+    fake_running_search(6, 0, 0, 1);
+    limits.time_mode = 1;
+    limits.target_time = 10.0;
+    easy_move = 1;
+    check_time_at(0.5);
+    EXPECT_EQ(stop_signal.load(), 1);
+    stop_signal = 0;
+    easy_move = 0;
+    shell.search_mode = 0;
+}

@@ -1,0 +1,182 @@
+#include <gtest/gtest.h>
+
+#include "board/position.h"
+#include "search/transposition_table.h"
+
+namespace {
+
+// Keys sharing one bucket for white: same low bits, different high halves.
+uint64_t key_in_bucket(uint32_t high, uint32_t low = 0x1234) { return (uint64_t(high) << 32) | low; }
+
+struct SmallTable : ::testing::Test {
+    void SetUp() override {
+        hash_size_mb = 1;
+        ASSERT_EQ(tt_allocate(), 0);
+        tt_generation = 1;
+        for (int i = 0; i < 65; i++) board[i] = 0;
+    }
+    void TearDown() override {
+        hash_size_mb = 16;
+        ASSERT_EQ(tt_allocate(), 0);
+    }
+    uint8_t board[65];
+};
+
+}  // namespace
+
+TEST(TranspositionTableSize, SizesAndMasks) {
+    hash_size_mb = 1;
+    ASSERT_EQ(tt_allocate(), 0);
+    EXPECT_EQ(tt_entries, 65536u);
+    EXPECT_EQ(tt_mask, 65535u);
+    EXPECT_EQ(tt_end - tt_base, 65536);
+    // Spare entries behind the end are cleared as empty too.
+    EXPECT_EQ(tt_load(tt_end + 15).depth, -50);
+
+    hash_size_mb = 100;
+    ASSERT_EQ(tt_allocate(), 0);
+    EXPECT_EQ(tt_entries, 6553600u);
+    EXPECT_EQ(tt_mask, 4194303u);
+
+    // Out-of-range sizes are clamped; 0 keeps a table of spare entries only.
+    hash_size_mb = -5;
+    ASSERT_EQ(tt_allocate(), 0);
+    EXPECT_EQ(hash_size_mb, 0);
+    EXPECT_EQ(tt_entries, 0u);
+    EXPECT_NE(tt_base, nullptr);
+    EXPECT_EQ(tt_bucket(0xFFFFFFFFFFFFFFFFULL, 1), tt_end);
+
+    hash_size_mb = 16;
+    ASSERT_EQ(tt_allocate(), 0);
+}
+
+TEST(TranspositionTableSize, ColoursIndexFromOppositeEnds) {
+    hash_size_mb = 3;  // not a power of two: the two colours overlap in the middle
+    ASSERT_EQ(tt_allocate(), 0);
+    EXPECT_EQ(tt_mask, 131071u);
+    uint64_t key = 0xABCDEF0100000007ULL;
+    EXPECT_EQ(tt_bucket(key, 0), tt_base + 7);
+    EXPECT_EQ(tt_bucket(key, 1), tt_end - 7);
+    // The largest index of either colour still has its four slots inside the table.
+    EXPECT_LE(tt_bucket(~0ULL, 0) + 4, tt_end + 32);
+    EXPECT_GE(tt_bucket(~0ULL, 1), tt_base);
+    hash_size_mb = 16;
+    ASSERT_EQ(tt_allocate(), 0);
+}
+
+TEST(TranspositionTableScores, MateScoresAreStoredRelativeToTheNode) {
+    EXPECT_EQ(tt_score_to_table(9990, 5), 9995);
+    EXPECT_EQ(tt_score_from_table(9995, 7), 9988);
+    EXPECT_EQ(tt_score_to_table(-9990, 5), -9995);
+    EXPECT_EQ(tt_score_from_table(-9995, 7), -9988);
+    // Ordinary scores and the band edges pass unchanged.
+    EXPECT_EQ(tt_score_to_table(9696, 5), 9696);
+    EXPECT_EQ(tt_score_to_table(-9697, 5), -9697);
+    EXPECT_EQ(tt_score_to_table(-9698, 5), -9703);
+}
+
+TEST_F(SmallTable, StoredMateScoreReadsBackAtAnotherPly) {
+    uint64_t key = key_in_bucket(77);
+    tt_store(key, 0, 5, 6, -10000, 10000, 9990, 0);
+    EXPECT_EQ(tt_load(tt_bucket(key, 0)).score, 9995);
+    TTRead r = tt_read(key, 0, 7, board);
+    ASSERT_TRUE(r.hit);
+    EXPECT_EQ(r.score, 9988);
+    EXPECT_EQ(r.bound, BOUND_EXACT);
+    EXPECT_EQ(r.depth, 6);
+}
+
+TEST_F(SmallTable, BoundsFollowTheWindow) {
+    uint64_t a = key_in_bucket(1), b = key_in_bucket(2), c = key_in_bucket(3);
+    tt_store(a, 0, 1, 4, 0, 50, 60, 0);
+    tt_store(b, 0, 1, 4, 0, 50, 20, 0);
+    tt_store(c, 0, 1, 4, 0, 50, 0, 0);
+    EXPECT_EQ(tt_read(a, 0, 1, board).bound, BOUND_LOWER);
+    EXPECT_EQ(tt_read(b, 0, 1, board).bound, BOUND_EXACT);
+    EXPECT_EQ(tt_read(c, 0, 1, board).bound, BOUND_UPPER);
+}
+
+TEST_F(SmallTable, ReplacementRules) {
+    // Same key: depth 3 gives way to depth 1 (3 - 2 <= 1) but not to depth 0.
+    uint64_t same = key_in_bucket(9);
+    tt_store(same, 0, 1, 3, 0, 50, 10, 0);
+    tt_store(same, 0, 1, 0, 0, 50, 11, 0);
+    EXPECT_EQ(tt_read(same, 0, 1, board).score, 10);
+    tt_store(same, 0, 1, 1, 0, 50, 12, 0);
+    EXPECT_EQ(tt_read(same, 0, 1, board).depth, 1);
+    EXPECT_EQ(tt_read(same, 0, 1, board).score, 12);
+
+    // A full bucket of depth-10 entries of this search keeps them against a
+    // depth-2 result for another key (10 - 7 > 2) ...
+    tt_clear();
+    tt_generation = 4;
+    for (uint32_t k = 1; k <= 4; k++) tt_store(key_in_bucket(100 + k), 0, 1, 10, 0, 50, 5, 0);
+    uint64_t newcomer = key_in_bucket(200);
+    tt_store(newcomer, 0, 1, 2, 0, 50, 5, 0);
+    EXPECT_FALSE(tt_read(newcomer, 0, 1, board).hit);
+    // ... while a depth-3 result replaces the oldest, shallowest slot.
+    tt_store(newcomer, 0, 1, 3, 0, 50, 5, 0);
+    EXPECT_TRUE(tt_read(newcomer, 0, 1, board).hit);
+    EXPECT_FALSE(tt_read(key_in_bucket(101), 0, 1, board).hit);
+    EXPECT_TRUE(tt_read(key_in_bucket(102), 0, 1, board).hit);
+}
+
+TEST_F(SmallTable, OlderGenerationsLoseFirst) {
+    tt_generation = 2;
+    for (uint32_t k = 1; k <= 3; k++) tt_store(key_in_bucket(k), 0, 1, 9, 0, 50, 5, 0);
+    tt_generation = 1;
+    tt_store(key_in_bucket(4), 0, 1, 20, 0, 50, 5, 0);  // deep but old
+    tt_generation = 3;
+    tt_store(key_in_bucket(5), 0, 1, 14, 0, 50, 5, 0);
+    EXPECT_FALSE(tt_read(key_in_bucket(4), 0, 1, board).hit);
+    EXPECT_TRUE(tt_read(key_in_bucket(5), 0, 1, board).hit);
+}
+
+TEST_F(SmallTable, ImplausibleMoveIsAMissButRefreshesTheAge) {
+    uint64_t key = key_in_bucket(55);
+    Move move = Move((12 << 8) | 28);  // e2e4
+    tt_generation = 3;
+    tt_store(key, 0, 1, 5, 0, 50, 20, move);
+    tt_generation = 8;
+    TTRead r = tt_read(key, 0, 1, board);  // e2 is empty on this board
+    EXPECT_FALSE(r.hit);
+    EXPECT_EQ(r.depth, -97);
+    EXPECT_EQ(tt_load(tt_bucket(key, 0)).generation, 8);
+
+    board[12] = 1;  // a white pawn on e2 makes the move plausible for white ...
+    r = tt_read(key, 0, 1, board);
+    EXPECT_TRUE(r.hit);
+    EXPECT_EQ(r.move, move);
+    board[28] = 2;  // ... but not when e4 holds a white piece
+    EXPECT_FALSE(tt_read(key, 0, 1, board).hit);
+}
+
+TEST_F(SmallTable, TornEntryFailsTheCheckWord) {
+    uint64_t key = key_in_bucket(66);
+    tt_store(key, 0, 1, 5, 0, 50, 20, 0);
+    HashEntry* e = tt_bucket(key, 0);
+    e->score = 21;  // as if another thread's write landed half-way
+    TTRead r = tt_read(key, 0, 1, board);
+    EXPECT_FALSE(r.hit);
+    EXPECT_EQ(r.depth, -98);
+}
+
+TEST_F(SmallTable, FillSample) {
+    // A search starting on a freshly cleared table (generation >= 1 then,
+    // every entry still at 0) samples as empty.
+    tt_clear();
+    tt_generation = 1;
+    tt_sample_fill();
+    EXPECT_EQ(hash_fill, 0.0);
+    // Entries of the current search in the sampled window count per mille.
+    tt_generation = 5;
+    HashEntry* mid = tt_base + tt_entries / 2 - 500;
+    for (int i = 0; i < 250; i++) mid[i].generation = 5;
+    tt_sample_fill();
+    EXPECT_DOUBLE_EQ(hash_fill, 0.25);
+    // Tables under 3000 entries always report 0.
+    hash_size_mb = 0;
+    ASSERT_EQ(tt_allocate(), 0);
+    tt_sample_fill();
+    EXPECT_EQ(hash_fill, 0.0);
+}
