@@ -111,6 +111,7 @@ TEST(Trace, ImbalanceHungAndPinnedLists) {
 }
 
 TEST(Reports, ParameterDump) {
+    prepare_eval_tables();
     std::string text = param_report();
     EXPECT_EQ(text.rfind("piece values=  90/110  380/360  390/370  530/650  1150/1190\n"
                          "bishop_pair= 30 , 50\n\nKingDanger[]=\n 0:      0     0",
