@@ -1,0 +1,190 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "board/make_move.h"
+#include "board/movegen.h"
+#include "board/notation.h"
+#include "search/move_picker.h"
+#include "search/search.h"
+#include "tests/search/search_fixture.h"
+
+namespace {
+
+struct MateCase {
+    const char* fen;
+    int moves;
+    const char* first_move;
+};
+
+// Verified with an independent engine used as an oracle.
+const MateCase kMates[] = {
+    {"r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq -", 1, "h5f7"},
+    {"6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - -", 1, "d1d8"},
+    {"r2qkb1r/pp2nppp/3p4/2pNN1B1/2BnP3/3P4/PPP2PPP/R2bK2R w KQkq -", 2, "d5f6"},
+    {"6k1/pp4p1/2p5/2bp4/8/P5Pb/1P3rrP/2BRRN1K b - -", 2, "g2g1"},
+    {"r1b1kb1r/pppp1ppp/5q2/4n3/3KP3/2N3PN/PPP4P/R1BQ1B1R b kq -", 3, "f8c5"},
+    {"r5rk/5p1p/5R2/4B3/8/8/7P/7K w - -", 3, "f6a6"},
+    {"7R/r1p1q1pp/3k4/1p1n1Q2/3N4/8/1PP2PPP/2B3K1 w - -", 4, "h8d8"},
+};
+
+std::string text_of(Move m) {
+    char t[kMoveTextSize];
+    return move_to_text(m, t);
+}
+
+bool is_legal_move_of(const char* fen, Move m) {
+    set_game_position(fen);
+    ThreadData& td = *thread_table[0];
+    MoveEntry list[kMaxMoves];
+    MoveEntry* end = generate_all(td.pos, list);
+    for (MoveEntry* e = list; e != end; e++)
+        if (e->move == m && is_legal(td.pos, td.pos.side_to_move, m)) return true;
+    return false;
+}
+
+}  // namespace
+
+TEST(Mates, FindsForcedMatesAndReportsTheirLength) {
+    engine_up(1);
+    shell.noise = 0.0;
+    for (const MateCase& c : kMates) {
+        testing::internal::CaptureStdout();
+        const SearchResult& r = search_to_depth(c.fen, 2 * c.moves + 4);
+        std::string out = testing::internal::GetCapturedStdout();
+        EXPECT_EQ(r.score, 10000 - 2 * c.moves) << c.fen;
+        EXPECT_EQ(text_of(r.best_move), c.first_move) << c.fen;
+        std::string mate = "score mate " + std::to_string(c.moves) + " ";
+        EXPECT_NE(out.find(mate), std::string::npos) << c.fen << "\n" << out;
+        // A found mate ends the iterations well before the depth limit.
+        EXPECT_LE(r.depth, 2 * c.moves + 1) << c.fen;
+    }
+    shell.noise = 9999.0;
+}
+
+TEST(Mates, TheLosingSideSeesItsMate) {
+    engine_up(1);
+    // Black's only move Kb8 runs into Rh8 mate: mated at ply 3.
+    const SearchResult& r = search_to_depth("k7/8/1K6/8/8/8/8/7R b - -", 6);
+    EXPECT_EQ(r.score, 3 - 10000);
+    EXPECT_EQ(text_of(r.best_move), "a8b8");
+}
+
+TEST(RootEnd, CheckmateAndStalemateAtTheRoot) {
+    engine_up(1);
+    const SearchResult& mated = search_to_depth("R5k1/5ppp/8/8/8/8/5PPP/6K1 b - -", 8);
+    EXPECT_EQ(mated.score, -9999);
+    EXPECT_EQ(mated.best_move, 0);
+    EXPECT_EQ(stop_signal.load(), 3);
+
+    const SearchResult& stale = search_to_depth("7k/5Q2/6K1/8/8/8/8/8 b - -", 8);
+    EXPECT_EQ(stale.score, 0);
+    EXPECT_EQ(stale.best_move, 0);
+    EXPECT_EQ(stop_signal.load(), 3);
+}
+
+TEST(Stalemate, WinningSideDoesNotStalemate) {
+    engine_up(1);
+    // White queen and king against a cornered king: many queen moves stalemate.
+    const char* fens[] = {"7k/8/6K1/8/8/8/8/5Q2 w - -", "k7/8/1K6/8/8/8/8/2Q5 w - -",
+                          "8/8/8/8/8/5K2/7Q/7k w - -"};
+    for (const char* fen : fens) {
+        const SearchResult& r = search_to_depth(fen, 8);
+        ASSERT_TRUE(is_legal_move_of(fen, r.best_move)) << fen;
+        ThreadData& td = *thread_table[0];
+        set_game_position(fen);
+        make_move(td.pos, r.best_move);
+        int reply_state = game_end_state(td.pos, in_check(td.pos, td.pos.side_to_move));
+        EXPECT_NE(reply_state, 2) << fen << " " << text_of(r.best_move);
+        EXPECT_GT(r.score, 500) << fen;
+    }
+}
+
+namespace {
+
+void play(const char* const* moves, int count) {
+    ThreadData& td = *thread_table[0];
+    for (int i = 0; i < count; i++) {
+        Move m;
+        ASSERT_EQ(parse_move(td.pos, moves[i], &m), 1) << moves[i];
+        make_move(td.pos, m);
+    }
+}
+
+// Calls search() on block 0 as if the node were at `ply`.
+int search_node(int ply, int depth, int alpha, int beta, uint16_t* pv) {
+    ThreadData& td = *thread_table[0];
+    td.ply = static_cast<int16_t>(ply);
+    return search(td.pos, td.pos.side_to_move, ply, depth, alpha, beta, 0, pv);
+}
+
+}  // namespace
+
+TEST(Draws, RepetitionNeedsOneEarlierOccurrenceBelowTheRootsGrandchildren) {
+    engine_up(1);
+    const char* const knights_out_and_back[] = {"g1f3", "g8f6", "f3g1", "f6g8", "g1f3"};
+    set_game_position("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -");
+    play(knights_out_and_back, 4);
+    block_for_direct_search();
+    draw_value[0] = 20;
+    draw_value[1] = -20;
+    uint16_t pv[kMaxPly] = {};
+
+    // The start position again, seen once before: a draw at ply >= 4 ...
+    EXPECT_EQ(search_node(5, 3, -300, 300, pv), 20);
+    EXPECT_EQ(pv[5], 0);
+    // ... but the root's children and grandchildren need two earlier occurrences.
+    search_node(3, 3, -300, 300, pv);
+    EXPECT_NE(pv[3], 0);
+    search_node(2, 3, -300, 300, pv);
+    EXPECT_NE(pv[2], 0);
+
+    // The value belongs to the side: Black to move after 3.Nf3 sees -20.
+    play(knights_out_and_back + 4, 1);
+    EXPECT_EQ(search_node(6, 3, -300, 300, pv), -20);
+
+    // Twice repeated: a draw for the root's grandchildren as well.
+    play(knights_out_and_back + 1, 3);
+    EXPECT_EQ(search_node(3, 3, -300, 300, pv), 20);
+    draw_value[0] = draw_value[1] = 0;
+}
+
+TEST(Draws, DrawValueFadesWithGameLength) {
+    draw_value[0] = 20;
+    draw_value[1] = -20;
+    EXPECT_EQ(faded_draw_value(0, 100), 20);
+    EXPECT_EQ(faded_draw_value(0, 101), 10);
+    EXPECT_EQ(faded_draw_value(0, 200), 10);
+    EXPECT_EQ(faded_draw_value(0, 201), 0);
+    EXPECT_EQ(faded_draw_value(1, 150), -10);
+    draw_value[0] = 15;
+    EXPECT_EQ(faded_draw_value(0, 150), 7);
+    draw_value[0] = draw_value[1] = 0;
+}
+
+TEST(Draws, FiftyMoveRule) {
+    engine_up(1);
+    uint16_t pv[kMaxPly] = {};
+    // A rook up, but the fifty moves are over: 0 as long as a move exists.
+    set_game_position("4k3/8/8/8/8/8/8/R3K3 w Q -");
+    block_for_direct_search();
+    thread_table[0]->pos.fifty_count = 100;
+    EXPECT_EQ(search_node(2, 4, -10000, 10000, pv), 0);
+    thread_table[0]->pos.fifty_count = 99;
+    EXPECT_GT(search_node(2, 4, -10000, 10000, pv), 300);
+
+    // A checkmated side is still mated at the hundredth ply.
+    set_game_position("R5k1/5ppp/8/8/8/8/5PPP/6K1 b - -");
+    block_for_direct_search();
+    thread_table[0]->pos.fifty_count = 100;
+    EXPECT_EQ(search_node(2, 4, -10000, 10000, pv), 2 - 10000);
+}
+
+TEST(Draws, DeadDrawnMaterialScoresAsEvaluated) {
+    engine_up(1);
+    // King and knight against king: nothing to play for.
+    const SearchResult& r = search_to_depth("8/8/4k3/8/8/3NK3/8/8 w - -", 10);
+    EXPECT_GE(r.score, -10);
+    EXPECT_LE(r.score, 10);
+    EXPECT_NE(r.best_move, 0);
+}
