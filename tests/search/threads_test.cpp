@@ -1,0 +1,164 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "board/make_move.h"
+#include "board/movegen.h"
+#include "board/notation.h"
+#include "tests/search/search_fixture.h"
+
+namespace {
+
+const char* const kPositions[] = {
+    "r1bqkb1r/pp1ppppp/2n2n2/8/3NP3/2N5/PPP2PPP/R1BQKB1R b KQkq -",
+    "1r1qbr1k/4bp1p/p3p2Q/3pP3/2pP4/P1N1PN2/1PR2RP1/6K1 b - -",
+    "r7/5pk1/5p2/2p5/pp6/1P1B1KPN/P6P/8 b - -",
+};
+
+bool legal_in_game_position(Move m) {
+    ThreadData& td = *thread_table[0];
+    MoveEntry list[kMaxMoves];
+    MoveEntry* end = generate_all(td.pos, list);
+    for (MoveEntry* e = list; e != end; e++)
+        if (e->move == m) return is_legal(td.pos, td.pos.side_to_move, m);
+    return false;
+}
+
+}  // namespace
+
+TEST(Threads, EveryPoolSizeReturnsALegalMove) {
+    for (int n : {1, 2, 4, 8}) {
+        engine_up(n);
+        EXPECT_EQ(threads, n);
+        for (const char* fen : kPositions) {
+            const SearchResult& r = search_to_depth(fen, 9);
+            EXPECT_TRUE(legal_in_game_position(r.best_move)) << n << " threads, " << fen;
+            EXPECT_GE(r.depth, 9);
+            EXPECT_EQ(count_searching(), 0);
+            // Every worker searched and counted nodes.
+            for (int i = 1; i <= n; i++) EXPECT_GT(thread_table[i]->nodes.load(), 0u) << i;
+        }
+    }
+    engine_up(1);
+}
+
+TEST(Threads, PoolRestartsLeaveNoWorkerBehind) {
+    engine_up(1);
+    for (int cycle = 0; cycle < 12; cycle++) {
+        int n = 1 + (cycle * 5) % 9;
+        stop_threads(threads);
+        ASSERT_EQ(start_threads(n), 0);
+        EXPECT_EQ(threads, n);
+        EXPECT_EQ(count_searching(), 0);
+        for (int i = 1; i <= n; i++) ASSERT_NE(thread_table[i], nullptr);
+        if (cycle % 4 == 0) {
+            const SearchResult& r = search_to_depth(kPositions[0], 5);
+            EXPECT_NE(r.best_move, 0);
+        }
+    }
+    stop_threads(threads);
+    ASSERT_EQ(start_threads(1), 0);
+    // Thread counts outside 1..64 are clamped.
+    stop_threads(threads);
+    ASSERT_EQ(start_threads(0), 0);
+    EXPECT_EQ(threads, 1);
+}
+
+TEST(Threads, StopEndsARunningSearchPromptly) {
+    engine_up(2);
+    set_game_position(kPositions[0]);
+    limits.max_depth = 60;
+    tt_clear();
+    read_clock(1);
+    prepare_search();
+    start_workers();
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_GT(count_searching(), 0);
+    stop_signal = 1;
+    double asked = elapsed_now();
+    while (count_searching()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_LT(elapsed_now() - asked, 0.5);
+    EXPECT_TRUE(legal_in_game_position(search_result.best_move));
+    engine_up(1);
+}
+
+TEST(Threads, NodeLimitStopsTheSearch) {
+    engine_up(1);
+    limits.node_limit = 20000;
+    const SearchResult& r = search_to_depth(kPositions[1], 60);
+    EXPECT_LT(r.nodes, 25000u);
+    EXPECT_TRUE(legal_in_game_position(r.best_move));
+    limits.node_limit = 0;
+}
+
+TEST(Threads, FixedDepthSearchIsDeterministicOnOneThread) {
+    engine_up(1);
+    uint64_t first_nodes[3];
+    Move first_moves[3];
+    for (int i = 0; i < 3; i++) {
+        const SearchResult& r = search_to_depth(kPositions[i], 11);
+        first_nodes[i] = r.nodes;
+        first_moves[i] = r.best_move;
+    }
+    for (int i = 0; i < 3; i++) {
+        const SearchResult& r = search_to_depth(kPositions[i], 11);
+        EXPECT_EQ(r.nodes, first_nodes[i]) << kPositions[i];
+        EXPECT_EQ(r.best_move, first_moves[i]);
+    }
+}
+
+TEST(RootReport, OneLegalMoveIsAnEasyMove) {
+    engine_up(1);
+    // The white king's only move is Kb1.
+    const SearchResult& r = search_to_depth("7k/8/8/8/8/8/6q1/K7 w - -", 8);
+    char t[kMoveTextSize];
+    EXPECT_STREQ(move_to_text(r.best_move, t), "a1b1");
+    EXPECT_EQ(easy_move.load(), 1);
+    // Several moves: no easy move at low depth.
+    search_to_depth(kPositions[0], 8);
+    EXPECT_EQ(easy_move.load(), 0);
+}
+
+TEST(RootReport, MultiPvPrintsOneLinePerVariationAndDepth) {
+    engine_up(1);
+    shell.noise = 0.0;
+    limits.multipv = 3;
+    testing::internal::CaptureStdout();
+    set_game_position(kPositions[0]);
+    limits.max_depth = 4;
+    tt_clear();
+    read_clock(1);
+    prepare_search();
+    start_workers();
+    while (count_searching()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    std::string out = testing::internal::GetCapturedStdout();
+    for (int d = 1; d <= 4; d++)
+        for (int k = 1; k <= 3; k++) {
+            std::string line = "info multipv " + std::to_string(k) + " depth " + std::to_string(d) + " ";
+            EXPECT_NE(out.find(line), std::string::npos) << line << "\n" << out;
+        }
+    EXPECT_EQ(out.find("multipv 4"), std::string::npos);
+    shell.noise = 9999.0;
+    limits.multipv = 1;
+}
+
+TEST(RootReport, ProgressLinesInBothProtocols) {
+    engine_up(1);
+    shell.noise = 0.0;
+    testing::internal::CaptureStdout();
+    search_to_depth(kPositions[2], 6);
+    std::string uci = testing::internal::GetCapturedStdout();
+    EXPECT_NE(uci.find("info string fen r7/5pk1/5p2/2p5/pp6/1P1B1KPN/P6P/8 b - -"), std::string::npos) << uci;
+    EXPECT_NE(uci.find("info depth 1 seldepth "), std::string::npos) << uci;
+    EXPECT_NE(uci.find(" score cp "), std::string::npos);
+    EXPECT_NE(uci.find(" tbhits 0 pv "), std::string::npos);
+
+    shell.protocol_mode = 0;
+    testing::internal::CaptureStdout();
+    search_to_depth(kPositions[2], 6);
+    std::string console = testing::internal::GetCapturedStdout();
+    EXPECT_NE(console.find("Ply= 0, Clock= 1000.00s  Target time= 1000.00s"), std::string::npos) << console;
+    EXPECT_NE(console.find("01] 01. "), std::string::npos) << console;
+    shell.protocol_mode = 2;
+    shell.noise = 9999.0;
+}
