@@ -260,3 +260,20 @@ int gives_check(const Position& pos, int side, const MoveEntry& entry) {
 bool in_check(const Position& pos, int side) {
     return is_attacked(pos, pos.piece_list[side][kKing][0], side ^ 1);
 }
+
+LegalityShortcut legality_shortcut(const Position& pos, int side) {
+    int enemy = side ^ 1;
+    int king = pos.piece_list[side][kKing][0];
+    Bitboard occupancy = pos.pieces[0][0] | pos.pieces[1][0];
+    const Bitboard* e = pos.pieces[enemy];
+    // The king's own moves always need the test (as does every other king
+    // of the side, in positions set up with more than one).
+    Bitboard needs_test = pos.pieces[side][kKing];
+    Bitboard snipers = ((e[kBishop] | e[kQueen]) & diagonal_mask[king]) |
+                       ((e[kRook] | e[kQueen]) & orthogonal_mask[king]);
+    for (; snipers; snipers &= snipers - 1) {
+        Bitboard line = between[king][lowest_square(snipers)] & occupancy;
+        if (line && !(line & (line - 1))) needs_test |= line & pos.pieces[side][0];
+    }
+    return {needs_test, attacked_with(pos, king, enemy, occupancy, 0)};
+}

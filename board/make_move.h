@@ -24,6 +24,24 @@ void unmake_null_move(Position& pos);
 // false for move 0. The position is not changed.
 bool is_legal(const Position& pos, int side, Move move);
 
+// What the legality test of one position can decide once for all its moves:
+// with the king not in check, a move by a piece that is neither the king nor
+// pinned, and not an en-passant capture, cannot expose the king.
+struct LegalityShortcut {
+    Bitboard needs_test;  // from-squares whose moves need the full test
+    bool in_check;        // then every move needs it
+};
+
+LegalityShortcut legality_shortcut(const Position& pos, int side);
+
+// Same answer as is_legal for the side the shortcut was made for.
+inline bool is_legal_with(const Position& pos, int side, const LegalityShortcut& shortcut, Move move) {
+    int from = move_from(move);
+    if (!shortcut.in_check && !(shortcut.needs_test & square_bit(from)) && move_to(move) != pos.ep_square)
+        return move != 0;
+    return is_legal(pos, side, move);
+}
+
 // 0 no check, 1 the moved (or promoted) piece attacks the enemy king,
 // 2 the move uncovers an attack by another piece.
 int gives_check(const Position& pos, int side, const MoveEntry& entry);

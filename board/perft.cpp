@@ -8,9 +8,12 @@ uint64_t perft(Position& pos, int side, int depth) {
     if (depth <= 0) return 0;
     MoveEntry moves[kMaxMoves];
     generate_all(pos, moves);
+    // Pins and check are found once per node; only the moves they affect
+    // (and king moves and en passant) go through the full legality test.
+    LegalityShortcut shortcut = legality_shortcut(pos, side);
     uint64_t nodes = 0;
     for (const MoveEntry* m = moves; m->move != kMoveListEnd; m++) {
-        if (!is_legal(pos, side, m->move)) continue;
+        if (!is_legal_with(pos, side, shortcut, m->move)) continue;
         if (depth == 1) {
             nodes++;
         } else {

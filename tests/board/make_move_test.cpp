@@ -161,7 +161,8 @@ TEST_F(MakeMoveTest, GivesCheckKinds) {
 
 // Plays seeded random legal games, checking at every step that make/unmake
 // restores every field, that incremental keys match a recomputation, that
-// is_legal agrees with making the move, and gives_check with the result.
+// is_legal (and its per-position shortcut) agrees with making the move,
+// and gives_check with the result.
 TEST_F(MakeMoveTest, RandomGamesRoundTrip) {
     const char* starts[] = {kStartFen, kKiwipeteFen, "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1",
                             "n1n5/PPPk4/8/8/8/8/4Kppp/5N1N b - - 0 1",
@@ -178,7 +179,9 @@ TEST_F(MakeMoveTest, RandomGamesRoundTrip) {
                 generate_all(pos, moves);
                 std::vector<Move> legal;
                 int side = pos.side_to_move;
+                LegalityShortcut shortcut = legality_shortcut(pos, side);
                 for (const MoveEntry* m = moves; m->move != kMoveListEnd; m++) {
+                    ASSERT_EQ(is_legal_with(pos, side, shortcut, m->move), is_legal(pos, side, m->move));
                     Position before = pos;
                     make_move(pos, m->move);
                     ASSERT_TRUE(placement_consistent(pos));
