@@ -162,3 +162,32 @@ TEST(RootReport, ProgressLinesInBothProtocols) {
     shell.protocol_mode = 2;
     shell.noise = 9999.0;
 }
+
+TEST(Threads, ClockStopsAWorkerPoolWhileLinesArePrinted) {
+    engine_up(3);
+    shell.noise = 0.0;
+    shell.start_request = 1;
+    limits.time_mode = 1;
+    limits.move_time = 0.3;
+    limits.max_depth = 60;
+    set_game_position(kPositions[1]);
+    testing::internal::CaptureStdout();
+    tt_clear();
+    read_clock(1);
+    prepare_search();
+    start_workers();
+    while (count_searching()) {
+        check_time();
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    double took = elapsed_now();
+    std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_GT(took, 0.15);
+    EXPECT_LT(took, 0.8);
+    EXPECT_NE(out.find(" pv "), std::string::npos);
+    EXPECT_TRUE(legal_in_game_position(search_result.best_move));
+    EXPECT_GE(search_result.depth, 2);
+    shell.noise = 9999.0;
+    shell.search_mode = 0;
+    engine_up(1);
+}
