@@ -242,3 +242,25 @@ TEST(UciEndOfInput, ClosingInputDuringASearchExits) {
     engine.close_input();
     EXPECT_EQ(engine.wait_exit(3), 0);
 }
+
+// The time manager prints the target it derives from the "go" fields, which
+// shows how they were read. A depth of 1 carried over keeps the searches short.
+TEST_F(Uci, GoReadsClocksIncrementsAndCarriesLimitsOver) {
+    search("setoption name Ponder value false\nposition startpos\ngo depth 1");
+    // Sudden death, 60 s, first move: 60 / 39.
+    std::string out = search("go wtime 60000 btime 1000");
+    EXPECT_NE(out.find("info string ply= 0, trg_time= 1.538 sec\n"), std::string::npos) << out;
+    // Only Black's increment counts when Black is to move: 60/39 + 2 * 60/64.
+    out = search("position startpos moves e2e4\ngo wtime 1000 btime 60000 winc 1000 binc 2000");
+    EXPECT_NE(out.find("info string ply= 1, trg_time= 3.413 sec\n"), std::string::npos) << out;
+    // A negative clock counts as empty: the smallest target.
+    out = search("position startpos\ngo wtime -5000 btime 60000");
+    EXPECT_NE(out.find("info string ply= 0, trg_time= 0.002 sec\n"), std::string::npos) << out;
+    // "depth" after "movestogo" makes it a fixed-time search again.
+    out = search("go wtime 60000 btime 60000 movestogo 40 depth 1");
+    EXPECT_NE(out.find("trg_time= 360000.000 sec\n"), std::string::npos) << out;
+    // Moves to go alone lifts the depth limit: 40 moves in 4.1 s.
+    out = search("go wtime 4100 btime 4100 winc 0 movestogo 40");
+    EXPECT_NE(out.find("trg_time= 0.100 sec\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("info depth 3 "), std::string::npos) << out;
+}
