@@ -35,6 +35,10 @@ TEST(Evaluate, StartPositionIsTheTempo) {
     // Every term but the tempo cancels: 14 x 148 / 128 = 16.
     EXPECT_EQ(eval_fen("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -"), 16);
     EXPECT_EQ(eval_fen("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR b KQkq -"), 16);
+    // Symmetric pawn ending (stage 24): the endgame tempo, 7 x 148 / 128.
+    EXPECT_EQ(eval_fen("4k3/pppp4/8/8/8/8/PPPP4/4K3 b - -"), 8);
+    // Symmetric with one knight each (stage 22): (16 x 2 + 8 x 22) / 24.
+    EXPECT_EQ(eval_fen("1n2k3/pppp4/8/8/8/8/PPPP4/1N2K3 w - -"), (16 * 2 + 8 * 22) / 24);
 }
 
 TEST(Endings, InCheckShortcut) {
