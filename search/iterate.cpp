@@ -157,8 +157,7 @@ void print_search_line(int thread_index, int pv_index, int depth, int score, con
             std::snprintf(score_text, sizeof score_text, "mate -%d", (score + 10001) / 2);
         else
             std::snprintf(score_text, sizeof score_text, "cp %d", score);
-        const ThreadData* first = thread_table[1] ? thread_table[1] : thread_table[0];
-        if (thread_index == 0 && thread_table[0]) first = thread_table[0];
+        const ThreadData* first = thread_table[thread_index == 0 ? 0 : 1];
         int seldepth = first ? first->seldepth - 1 : 0;
         double nps = seconds > 0.001 ? nodes / seconds : 0.0;
         send_linef("info %s%sdepth %d seldepth %d time %.0f score %s nodes %.0f nps %.0f tbhits %.0f pv %s",
@@ -469,6 +468,14 @@ void iterative_deepening(int thread_index) {
         }
     }
 
+    if (first) {
+        // Stopped before any move had a score: still answer with a legal move.
+        std::lock_guard<std::mutex> lock(result_lock);
+        if (!search_result.pv[1]) {
+            search_result.pv[1] = search_result.best_move = list[0].move;
+            search_result.pv[2] = search_result.ponder_move = 0;
+        }
+    }
     if (first) {
         uint8_t expected = 0;
         stop_signal.compare_exchange_strong(expected, 1);

@@ -36,7 +36,11 @@ void copy_game_position(ThreadData& to, const ThreadData& from) {
     int count = from.history_count;
     if (count < 0) count = 0;
     if (count > kMaxHistory - 1) count = kMaxHistory - 1;
+    // A search adds up to kMaxSearchPlies entries; of a longer game only the
+    // latest moves matter (repetitions reach back at most 255 plies).
+    int skip = count > kGameHistoryLimit ? count - kGameHistoryLimit : 0;
+    count -= skip;
     to.history_count = static_cast<int16_t>(count);
-    std::memcpy(to.history, from.history, sizeof(HistoryEntry) * (count + 1));
+    std::memcpy(to.history, from.history + skip, sizeof(HistoryEntry) * (count + 1));
     to.history[count].move = 0;
 }
