@@ -177,7 +177,9 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
     }
     if (ply > td.seldepth) td.seldepth = static_cast<uint8_t>(ply);
 
-    if (tag_key && full_key(pos) == tag_key) print_tagged_stack(td, pos, ply);
+    const uint64_t key = full_key(pos);
+    if (hash_mode && depth >= 1) tt_prefetch(key, side);  // the probe comes after the evaluation
+    if (tag_key && key == tag_key) print_tagged_stack(td, pos, ply);
 
     // 3. Mate-distance bounds.
     alpha = std::max(alpha, ply - 10000);
@@ -255,7 +257,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
     int tt_depth = -99, tt_score = -10000;
     bool tt_fail_low = false, tt_fail_high = false;
     if (hash_mode) {
-        TTRead t = tt_read(full_key(pos), side, ply, pos.board);
+        TTRead t = tt_read(key, side, ply, pos.board);
         tt_depth = t.depth;
         if (t.hit) {
             bump(td.hash_hits);

@@ -87,11 +87,6 @@ void tt_clear() {
     for (uint64_t i = 0; i < count; i++) std::memcpy(&tt_base[i], &empty, sizeof empty);
 }
 
-HashEntry* tt_bucket(uint64_t full_key, int side) {
-    uint64_t index = full_key & tt_mask;
-    return side == 0 ? tt_base + index : tt_end - index;
-}
-
 void tt_sample_fill() {
     if (tt_entries < 3000 || !tt_base) {
         hash_fill = 0.0;

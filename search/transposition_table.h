@@ -49,7 +49,17 @@ void tt_clear();
 
 // First of the four entries for a key: white counts buckets from the start
 // of the table, black from the end backwards.
-HashEntry* tt_bucket(uint64_t full_key, int side);
+inline HashEntry* tt_bucket(uint64_t full_key, int side) {
+    uint64_t index = full_key & tt_mask;
+    return side == 0 ? tt_base + index : tt_end - index;
+}
+
+// Starts loading a key's bucket (both cache lines it may straddle).
+inline void tt_prefetch(uint64_t full_key, int side) {
+    HashEntry* b = tt_bucket(full_key, side);
+    __builtin_prefetch(b);
+    __builtin_prefetch(b + 3);
+}
 
 // Samples 1000 entries from the middle of the table into hash_fill.
 void tt_sample_fill();
