@@ -107,5 +107,7 @@ void run_normal_play() {
         if (shell.search_mode != 0 && shell.search_mode != 2 && count_searching() == 0)
             report_search();
     }
-    stop_signal = 2;
+    // The shutdown frees the table before it stops the workers, so no search
+    // may still be running when this returns.
+    abandon_search_and_wait();
 }

@@ -1,7 +1,7 @@
 #pragma once
 // Runs the engine as a child process with pipes on its standard input and
-// output, in a fresh temporary directory. Every wait has a timeout and the
-// child is killed when the test ends, so no test can hang.
+// output, in a temporary directory. Every wait has a timeout and the child is
+// killed when the test ends, so no test can hang.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -10,36 +10,31 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
 
 class EngineProcess {
 public:
-    // Runs in `directory` when given (left in place afterwards), else in a
-    // fresh temporary directory that is removed at the end.
+    // Runs in `directory` when given (left in place), else in a fresh
+    // temporary directory removed at the end.
     explicit EngineProcess(std::vector<std::string> args = {}, std::string directory = "") {
-        if (directory.empty()) {
-            char pattern[] = "/tmp/vorn-test-XXXXXX";
-            const char* dir = mkdtemp(pattern);
-            directory_ = dir ? dir : "/tmp";
-            owns_directory_ = dir != nullptr;
-        } else {
-            directory_ = directory;
-        }
+        char pattern[] = "/tmp/vorn-test-XXXXXX";
+        owns_directory_ = directory.empty() && mkdtemp(pattern);
+        directory_ = owns_directory_ ? pattern : directory.empty() ? "/tmp" : directory;
         int in[2], out[2];
         if (pipe(in) != 0 || pipe(out) != 0) return;
         pid_ = fork();
         if (pid_ == 0) {
             dup2(in[0], 0);
             dup2(out[1], 1);
-            int devnull = open("/dev/null", O_WRONLY);
-            if (devnull >= 0) dup2(devnull, 2);
-            close(in[0]); close(in[1]); close(out[0]); close(out[1]);
+            close(2);
+            close(in[1]);
+            close(out[0]);
             if (chdir(directory_.c_str()) != 0) _exit(126);
-            std::vector<char*> argv;
             std::string binary = VORN_BINARY;
-            argv.push_back(binary.data());
+            std::vector<char*> argv{binary.data()};
             for (std::string& a : args) argv.push_back(a.data());
             argv.push_back(nullptr);
             execv(binary.c_str(), argv.data());
@@ -59,22 +54,16 @@ public:
             kill(pid_, SIGKILL);
             waitpid(pid_, nullptr, 0);
         }
-        std::string command = "rm -rf '" + directory_ + "'";
-        if (owns_directory_) (void)!std::system(command.c_str());
+        if (owns_directory_) (void)!std::system(("rm -rf '" + directory_ + "'").c_str());
     }
-
-    EngineProcess(const EngineProcess&) = delete;
-    EngineProcess& operator=(const EngineProcess&) = delete;
 
     pid_t pid() const { return pid_; }
     const std::string& directory() const { return directory_; }
     const std::string& output() const { return output_; }
 
     void send(const std::string& text) {
-        if (to_child_ < 0) return;
         std::string line = text + "\n";
-        std::size_t done = 0;
-        while (done < line.size()) {
+        for (std::size_t done = 0; to_child_ >= 0 && done < line.size();) {
             ssize_t n = write(to_child_, line.data() + done, line.size() - done);
             if (n <= 0) return;
             done += static_cast<std::size_t>(n);
@@ -86,56 +75,53 @@ public:
         to_child_ = -1;
     }
 
-    // Reads output until `needle` appears after position `from` (default: the
-    // output already seen counts too). Returns the seconds waited, or -1.
+    // Reads output until `needle` appears at or after position `from`.
+    // Returns the seconds waited, or -1 on timeout or end of output.
     double wait_for(const std::string& needle, double timeout, std::size_t from = 0) {
         auto start = std::chrono::steady_clock::now();
-        for (;;) {
-            if (output_.find(needle, from) != std::string::npos) return seconds_since(start);
+        while (output_.find(needle, from) == std::string::npos) {
             double left = timeout - seconds_since(start);
             if (left <= 0 || !read_some(left)) return -1;
         }
+        return seconds_since(start);
     }
 
-    // Collects output for the given time (for checking that nothing comes).
+    // Collects output for the given time.
     void drain(double seconds) {
         auto start = std::chrono::steady_clock::now();
-        for (double left = seconds; left > 0; left = seconds - seconds_since(start)) {
-            if (!read_some(left)) break;
+        for (double left = seconds; left > 0 && read_some(left); left = seconds - seconds_since(start)) {
         }
     }
 
-    // Waits for the child to exit; returns its exit status, or -1 on timeout
-    // or abnormal end.
+    // The exit status, or -1 on timeout or an abnormal end.
     int wait_exit(double timeout) {
         auto start = std::chrono::steady_clock::now();
         while (status_ == kRunning && seconds_since(start) < timeout) {
             int status = 0;
-            pid_t r = waitpid(pid_, &status, WNOHANG);
-            if (r == pid_) {
+            if (waitpid(pid_, &status, WNOHANG) == pid_)
                 status_ = WIFEXITED(status) ? WEXITSTATUS(status) : kAbnormal;
-                break;
-            }
-            read_some(0.01);
+            else
+                read_some(0.01);
         }
         drain(0.05);
         return status_ >= 0 ? status_ : -1;
     }
 
     std::string read_file(const std::string& name) const {
-        std::string path = directory_ + "/" + name;
         std::string content;
-        if (FILE* f = std::fopen(path.c_str(), "r")) {
+        if (FILE* f = std::fopen((directory_ + "/" + name).c_str(), "r")) {
             char buffer[4096];
-            std::size_t n;
-            while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0) content.append(buffer, n);
+            for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, f)) > 0;) content.append(buffer, n);
             std::fclose(f);
         }
         return content;
     }
 
-    bool file_exists(const std::string& name) const {
-        return access((directory_ + "/" + name).c_str(), F_OK) == 0;
+    void write_file(const std::string& name, const std::string& content) const {
+        if (FILE* f = std::fopen((directory_ + "/" + name).c_str(), "w")) {
+            std::fputs(content.c_str(), f);
+            std::fclose(f);
+        }
     }
 
 private:
@@ -146,6 +132,7 @@ private:
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     }
 
+    // False once the output has ended; true on data or a quiet timeout.
     bool read_some(double timeout) {
         if (from_child_ < 0) return false;
         pollfd request{from_child_, POLLIN, 0};
@@ -170,16 +157,3 @@ private:
     int status_ = kRunning;
     bool owns_directory_ = false;
 };
-
-// Lines of a text, without their line feeds.
-inline std::vector<std::string> lines_of(const std::string& text) {
-    std::vector<std::string> lines;
-    std::size_t start = 0;
-    while (start < text.size()) {
-        std::size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        lines.push_back(text.substr(start, end - start));
-        start = end + 1;
-    }
-    return lines;
-}

@@ -4,11 +4,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <string>
 
 namespace {
 
-// A reader fed through a pipe the test writes into.
+// A reader on a pipe. Large texts are written by a child process so the
+// pipe's capacity cannot block the test.
 struct PipeReader {
     int fds[2] = {-1, -1};
     InputReader reader;
@@ -18,87 +20,68 @@ struct PipeReader {
     }
     ~PipeReader() {
         close(fds[0]);
-        if (fds[1] >= 0) close(fds[1]);
+        close_writer();
     }
     void write_text(const std::string& text) {
-        std::size_t done = 0;
-        while (done < text.size()) {
+        for (std::size_t done = 0; done < text.size();) {
             ssize_t n = write(fds[1], text.data() + done, text.size() - done);
             ASSERT_GT(n, 0);
             done += static_cast<std::size_t>(n);
         }
     }
+    void write_from_child_and_close(const std::string& text) {
+        pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            write_text(text);
+            _exit(0);
+        }
+        close_writer();
+        children = child;
+    }
     void close_writer() {
-        close(fds[1]);
+        if (fds[1] >= 0) close(fds[1]);
         fds[1] = -1;
     }
-    // One reader call: queue what waits, take at most one line.
-    std::string next() {
+    // One reader call: queue what waits, take at most one line ("<none>").
+    const std::string& next() {
         fill_queue(reader);
         char command[kMaxCommandLength + 1];
-        return take_command(reader, command, sizeof command) ? std::string(command) : "<none>";
+        if (take_command(reader, command, sizeof command)) last.assign(command, std::strlen(command));
+        else last.assign("<none>");
+        return last;
     }
+    // Calls the reader until a line comes or the input is exhausted.
+    const std::string& next_line() {
+        for (int calls = 0; calls < 1000000 && !input_exhausted(reader); ++calls) {
+            if (next() != "<none>") return last;
+        }
+        last.assign("<none>");
+        return last;
+    }
+    std::string last;
+    pid_t children = -1;
 };
 
-TEST(InputReader, NothingWaitingReturnsAtOnce) {
+TEST(InputReader, LinesComeOneByOneAndOnlyOnceComplete) {
     PipeReader p;
     EXPECT_EQ(p.next(), "<none>");
-    EXPECT_FALSE(input_exhausted(p.reader));
-}
-
-TEST(InputReader, TwoLinesInOneWriteComeOutOnSuccessiveCalls) {
-    PipeReader p;
-    p.write_text("isready\ngo infinite\n");
+    p.write_text("isready\ngo infi");
     EXPECT_EQ(p.next(), "isready");
+    EXPECT_EQ(p.next(), "<none>");  // the second line has not ended yet
+    p.write_text("nite\n");
     EXPECT_EQ(p.next(), "go infinite");
-    EXPECT_EQ(p.next(), "<none>");
-}
-
-TEST(InputReader, PartialLineWaitsForItsLineFeed) {
-    PipeReader p;
-    p.write_text("posi");
-    EXPECT_EQ(p.next(), "<none>");
-    p.write_text("tion startpos");
-    EXPECT_EQ(p.next(), "<none>");
-    p.write_text("\nisr");
-    EXPECT_EQ(p.next(), "position startpos");
     EXPECT_EQ(p.next(), "<none>");
 }
 
 TEST(InputReader, CarriageReturnsEmptyLinesAndSeparators) {
     PipeReader p;
     p.write_text("isready\r\n\n\r\n   \nuci@ucinewgame@@quit\n");
-    EXPECT_EQ(p.next(), "isready");
-    EXPECT_EQ(p.next(), "   ");  // blank-only lines are the interpreters' to ignore
-    EXPECT_EQ(p.next(), "uci");
-    EXPECT_EQ(p.next(), "ucinewgame");
-    EXPECT_EQ(p.next(), "quit");
-    EXPECT_EQ(p.next(), "<none>");
+    for (const char* expected : {"isready", "   ", "uci", "ucinewgame", "quit", "<none>"})
+        EXPECT_EQ(p.next(), expected);
 }
 
-TEST(InputReader, OverlongLineIsCutAndTheNextLineSurvives) {
-    PipeReader p;
-    std::string huge(100000, 'x');
-    // Write from a child so the pipe's capacity cannot block the test.
-    pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        p.write_text(huge + "\nisready\n");
-        _exit(0);
-    }
-    close(p.fds[1]);
-    p.fds[1] = -1;
-    std::string first;
-    for (int i = 0; i < 100000 && (first.empty() || first == "<none>"); ++i) first = p.next();
-    EXPECT_EQ(first.size(), static_cast<std::size_t>(kMaxCommandLength));
-    EXPECT_EQ(first, huge.substr(0, kMaxCommandLength));
-    std::string second;
-    for (int i = 0; i < 100000 && (second.empty() || second == "<none>"); ++i) second = p.next();
-    EXPECT_EQ(second, "isready");
-    waitpid(child, nullptr, 0);
-}
-
-TEST(InputReader, EndOfInputFinishesQueuedLinesThenReportsExhausted) {
+TEST(InputReader, EndOfInputFinishesQueuedLinesWithoutSpinning) {
     PipeReader p;
     p.write_text("isready\nquit");  // the last line has no line feed
     p.close_writer();
@@ -107,36 +90,28 @@ TEST(InputReader, EndOfInputFinishesQueuedLinesThenReportsExhausted) {
     EXPECT_EQ(p.next(), "quit");
     EXPECT_EQ(p.next(), "<none>");
     EXPECT_TRUE(input_exhausted(p.reader));
-    // Further calls neither block nor read again.
-    EXPECT_EQ(p.next(), "<none>");
-    EXPECT_FALSE(input_available(p.reader));
+    EXPECT_FALSE(input_available(p.reader));  // no further read of a closed pipe
 }
 
-TEST(InputReader, ManyShortLinesAreNeverLost) {
+TEST(InputReader, OverlongLinesAreCutAndBurstsAreNeverLost) {
     PipeReader p;
-    std::string burst;
+    std::string text(100000, 'x');
+    text += "\nisready\n";
     for (int i = 0; i < 3000; ++i) {
-        burst += "line";
-        burst += std::to_string(i);
-        burst += '\n';
+        text += "line";
+        text += std::to_string(i);
+        text += '\n';
     }
-    pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        p.write_text(burst);
-        _exit(0);
-    }
-    close(p.fds[1]);
-    p.fds[1] = -1;
+    p.write_from_child_and_close(text);
+    EXPECT_EQ(p.next_line(), std::string(kMaxCommandLength, 'x'));
+    EXPECT_EQ(p.next_line(), "isready");
     int expected = 0;
-    for (int calls = 0; calls < 1000000 && !input_exhausted(p.reader); ++calls) {
-        std::string line = p.next();
-        if (line == "<none>") continue;
-        ASSERT_EQ(line.substr(4), std::to_string(expected));
+    while (p.next_line() != "<none>") {
+        ASSERT_EQ(p.last.compare(4, std::string::npos, std::to_string(expected)), 0) << p.last;
         ++expected;
     }
     EXPECT_EQ(expected, 3000);
-    waitpid(child, nullptr, 0);
+    waitpid(p.children, nullptr, 0);
 }
 
 }  // namespace
