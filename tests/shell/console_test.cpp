@@ -61,11 +61,11 @@ TEST(Console, BoardsArePrintedExactly) {
 
 TEST(Console, GarbageNeverCrashes) {
     std::string script;
-    for (const char* fen : {"", "x", "99999999999/////////// b KQkq z9",
-                            "KKKKKKKKKKKKKKKKKKKKKKKKKKKKKKKKKKKKKKK", std::string(70, 'p').c_str(),
-                            "8/8/8/8 w KQkq e9 12 99", "/ / / /", "8/8/8/8/8/8/8/8 b - -"}) {
-        script += "fen " + std::string(fen) + "\nbd\nperft 2\nev\nswap\nundo\n]\ngo 2\nmv\n";
-    }
+    const std::string fens[] = {"", "x", "99999999999/////////// b KQkq z9",
+                                std::string(40, 'K'), std::string(70, 'p'),
+                                "8/8/8/8 w KQkq e9 12 99", "/ / / /", "8/8/8/8/8/8/8/8 b - -"};
+    for (const std::string& fen : fens)
+        script += "fen " + fen + "\nbd\nperft 2\nev\nswap\nundo\n]\ngo 2\nmv\n";
     std::string out = run_console(script + "\x01\xff\nmove\njump -5\nlevel x y z\nnew\nquit");
     EXPECT_NE(out.find(kStartBoard, out.rfind("8/8/8/8/8/8/8/8 b - -")), std::string::npos) << out;
 }
