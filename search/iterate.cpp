@@ -308,6 +308,14 @@ void root_search(ThreadData& td, int depth, int pv_index) {
     }
 }
 
+int secondary_iteration_depth(int d) {
+    if (d <= 6 || limits.multipv != 1 || d >= limits.max_depth) return d;
+    int ahead = 0;
+    for (int i = 1; i <= threads; i++)
+        if (thread_table[i] && thread_table[i]->iteration_depth.load(std::memory_order_relaxed) >= d) ahead++;
+    return ahead >= int(std::lround(threads * 0.5 + 1.0)) ? d + 1 : d;
+}
+
 void iterative_deepening(int thread_index) {
     ThreadData* tdp = thread_table[thread_index];
     if (!tdp) return;
@@ -413,13 +421,7 @@ void iterative_deepening(int thread_index) {
             td.iteration_depth = static_cast<uint8_t>(d);
             print_each = d == 1 || limits.multipv > 1;
         } else {
-            if (d > 6 && limits.multipv == 1 && d < limits.max_depth) {
-                int ahead = 0;
-                for (int i = 1; i <= threads; i++)
-                    if (thread_table[i] && thread_table[i]->iteration_depth.load(std::memory_order_relaxed) >= d)
-                        ahead++;
-                if (ahead >= int(std::lround(threads * 0.5 + 1.0))) depth = d + 1;
-            }
+            depth = secondary_iteration_depth(d);
             for (MoveEntry* e = list + 1; e->move != kMoveListEnd; e++) {
                 td.perturb_seed = td.perturb_seed * 63 + 987654321u;
                 e->score = static_cast<int16_t>(e->score - int(td.perturb_seed % 24));

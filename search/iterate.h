@@ -25,6 +25,10 @@ extern int draw_value[2];                   // repetition value per side (contem
 int aspiration_width(int depth, int prev);
 void aspiration_window(int depth, int prev, int* alpha, int* beta);
 
+// The depth a secondary worker searches when its turn for depth d comes:
+// d + 1 once enough workers are already on d or deeper.
+int secondary_iteration_depth(int d);
+
 // Runs one whole search on the block's position; returns when done.
 void iterative_deepening(int thread_index);
 
