@@ -148,3 +148,28 @@ TEST(Console, EditorKeepsOnlyCastlingRightsItsPiecesSupport) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(ConsoleSearch, SearchesReportAndSelfPlayStopsWhenNoMoveIsLeft) {
+    EngineProcess engine({"-c", "-hash", "1"});
+    engine.send("fen 6k1/5ppp/8/8/8/8/8/R5K1 w - -\ndepth 3\nmv");
+    ASSERT_GE(engine.wait_for("TB=0K\n\n", 20), 0) << engine.output();
+    EXPECT_TRUE(std::regex_search(
+        engine.output(),
+        std::regex("move= a1a8, time= [0-9.]+, score= 9998, nodes= [0-9]+, nps= [0-9]+K ebf= [0-9.]+\n"
+                   "Hash fill= [0-9.]+%, Hash hits: main= [0-9.]+%, pawn= [0-9.]+%, eval= [0-9.]+%, TB=0K\n\n")))
+        << engine.output();
+    // "mv" leaves the position alone; "self" plays the mate, then Black has no move.
+    std::size_t from = engine.output().size();
+    engine.send("self");
+    ASSERT_GE(engine.wait_for("move= null", 20, from), 0) << engine.output().substr(from);
+    EXPECT_NE(engine.output().find("R5k1/5ppp/8/8/8/8/8/6K1 b - -\n", from), std::string::npos);
+    from = engine.output().size();
+    engine.send("go\nbd");  // analysis of a position without moves ends at once
+    ASSERT_GE(engine.wait_for("move= null", 20, from), 0);
+    engine.send("quit");
+    EXPECT_EQ(engine.wait_exit(10), 0);
+}
+
+}  // namespace
