@@ -138,9 +138,9 @@ void print_search_line(int thread_index, int pv_index, int depth, int score, con
     for (int i = 1; i < kMaxPly && pv[i] && i <= max_moves; i++) {
         char text[kMoveTextSize];
         move_to_text(pv[i], text);
-        if (console && i > 1 && (i - 1) % 8 == 0)
-            len += std::snprintf(moves + len, sizeof moves - len, "\n%30s", "");
-        len += std::snprintf(moves + len, sizeof moves - len, "%s%s", i > 1 ? " " : "", text);
+        bool wrap = console && i > 1 && (i - 1) % 8 == 0;
+        if (wrap) len += std::snprintf(moves + len, sizeof moves - len, "\n%30s", "");
+        len += std::snprintf(moves + len, sizeof moves - len, "%s%s", i > 1 && !wrap ? " " : "", text);
         if (len >= int(sizeof moves) - 40) break;
     }
     char mark = pv_index == -1 ? ' ' : '.';
