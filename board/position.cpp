@@ -268,7 +268,5 @@ void board_text(const Position& pos, char* buffer) {
 void print_board(const Position& pos) {
     char text[kBoardTextSize];
     board_text(pos, text);
-    // send_line ends the text with its own newline.
-    text[std::strlen(text) - 1] = 0;
     send_line(text);
 }

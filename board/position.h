@@ -90,9 +90,10 @@ void parse_fen(Position& pos, const char* text);
 constexpr size_t kFenBufferSize = 96;
 void position_to_fen(const Position& pos, char* buffer);
 
-// The board as text for a person (FEN, eight rows, side to move), and the
-// routine that sends it through the output sink. The text buffer must hold
-// kBoardTextSize characters.
+// The board as text for a person (FEN, eight rows, side to move, each line
+// ending in a newline), and the routine that sends that text through the
+// output sink, whose own newline then leaves an empty line after the board.
+// The text buffer must hold kBoardTextSize characters.
 constexpr size_t kBoardTextSize = 256;
 void board_text(const Position& pos, char* buffer);
 void print_board(const Position& pos);
