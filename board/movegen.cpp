@@ -55,6 +55,12 @@ inline MoveEntry* emit_targets(const Position& pos, int from, Bitboard targets, 
     return list;
 }
 
+// Quiet targets: nothing stands on them.
+inline MoveEntry* emit_quiet(int from, Bitboard targets, int mover, MoveEntry* list) {
+    for (; targets; targets &= targets - 1) list = emit(list, from, lowest_square(targets), mover, 0);
+    return list;
+}
+
 }  // namespace
 
 MoveEntry* gen_pawn_captures(const Position& pos, int side, MoveEntry* list) {
@@ -152,16 +158,16 @@ MoveEntry* gen_quiet_moves(const Position& pos, int side, MoveEntry* list) {
         if (rank == second_rank && !pos.board[ahead + step]) list = emit(list, from, ahead + step, pawn, 0);
     }
     for (const uint8_t* s = lists[kKnight]; *s != kNoSquare; s++)
-        list = emit_targets(pos, *s, knight_attacks[*s] & empty, piece_code(side, kKnight), list);
+        list = emit_quiet(*s, knight_attacks[*s] & empty, piece_code(side, kKnight), list);
     for (const uint8_t* s = lists[kBishop]; *s != kNoSquare; s++)
-        list = emit_targets(pos, *s, bishop_attacks(*s, occupancy) & empty, piece_code(side, kBishop), list);
+        list = emit_quiet(*s, bishop_attacks(*s, occupancy) & empty, piece_code(side, kBishop), list);
     for (const uint8_t* s = lists[kRook]; *s != kNoSquare; s++)
-        list = emit_targets(pos, *s, rook_attacks(*s, occupancy) & empty, piece_code(side, kRook), list);
+        list = emit_quiet(*s, rook_attacks(*s, occupancy) & empty, piece_code(side, kRook), list);
     for (const uint8_t* s = lists[kQueen]; *s != kNoSquare; s++)
-        list = emit_targets(pos, *s, queen_attacks(*s, occupancy) & empty, piece_code(side, kQueen), list);
+        list = emit_quiet(*s, queen_attacks(*s, occupancy) & empty, piece_code(side, kQueen), list);
     int king = piece_code(side, kKing);
     for (const uint8_t* s = lists[kKing]; *s != kNoSquare; s++)
-        list = emit_targets(pos, *s, king_attacks[*s] & empty, king, list);
+        list = emit_quiet(*s, king_attacks[*s] & empty, king, list);
 
     int king_square = lists[kKing][0];
     int home = side == kWhite ? 4 : 60;

@@ -11,9 +11,6 @@ const uint64_t zobrist_side[2] = {0, 0xFFFFFFFFFFFFFFFFull};
 
 namespace {
 
-constexpr int16_t kPhaseUnits[7] = {0, 0, 3, 3, 5, 10, 0};
-constexpr int32_t kCountUnits[7] = {0, 1, 16, 256, 4096, 65536, 0};
-
 // A fixed linear congruential sequence, so every run builds the same keys.
 struct KeyGenerator {
     uint32_t state = 1;
@@ -70,44 +67,6 @@ void clear_position(Position& pos) {
         pos.owner->ply = 1;
         pos.owner->last_move = 0;
     }
-}
-
-void add_piece(Position& pos, int side, int type, int square) {
-    uint8_t* list = pos.piece_list[side][type];
-    int n = 0;
-    while (list[n] != kNoSquare) n++;
-    if (n >= kMaxPiecesPerList) return;  // list full: the piece is not placed
-    list[n] = uint8_t(square);
-    list[n + 1] = kNoSquare;
-    pos.board[square] = uint8_t(piece_code(side, type));
-    pos.phase_material[side] = int16_t(pos.phase_material[side] + kPhaseUnits[type]);
-    pos.piece_counts[side] += kCountUnits[type];
-    pos.pieces[side][0] |= square_bit(square);
-    pos.pieces[side][type] |= square_bit(square);
-}
-
-void remove_piece(Position& pos, int square) {
-    int code = pos.board[square];
-    if (code == 0) return;
-    int side = piece_side(code);
-    int type = piece_type(code);
-    uint8_t* list = pos.piece_list[side][type];
-    int n = 0;
-    while (list[n] != square) n++;
-    do {
-        list[n] = list[n + 1];
-    } while (list[n++] != kNoSquare);
-    pos.board[square] = 0;
-    pos.phase_material[side] = int16_t(pos.phase_material[side] - kPhaseUnits[type]);
-    pos.piece_counts[side] -= kCountUnits[type];
-    pos.pieces[side][0] ^= square_bit(square);
-    pos.pieces[side][type] ^= square_bit(square);
-}
-
-void toggle_key(Position& pos, int code, int square) {
-    uint64_t key = zobrist_piece[code][square];
-    pos.hash_key ^= key;
-    if (piece_type(code) == kPawn) pos.pawn_key ^= key;
 }
 
 void compute_keys(Position& pos) {

@@ -69,13 +69,56 @@ extern const uint64_t zobrist_side[2];
 void init_hash_keys_tables();
 
 void clear_position(Position& pos);
+void compute_keys(Position& pos);
+
+// Material units per piece type, for phase_material and piece_counts.
+constexpr int16_t kPhaseUnits[7] = {0, 0, 3, 3, 5, 10, 0};
+constexpr int32_t kCountUnits[7] = {0, 1, 16, 256, 4096, 65536, 0};
+
+// The three primitives below run inside every make and unmake, so they are
+// defined here to be inlined there.
+
 // Puts a piece on an empty square (keys untouched). A piece that would not
 // fit in its full square list is not placed at all.
-void add_piece(Position& pos, int side, int type, int square);
+inline void add_piece(Position& pos, int side, int type, int square) {
+    uint8_t* list = pos.piece_list[side][type];
+    int n = 0;
+    while (list[n] != kNoSquare) n++;
+    if (n >= kMaxPiecesPerList) return;  // list full: the piece is not placed
+    list[n] = uint8_t(square);
+    list[n + 1] = kNoSquare;
+    pos.board[square] = uint8_t(piece_code(side, type));
+    pos.phase_material[side] = int16_t(pos.phase_material[side] + kPhaseUnits[type]);
+    pos.piece_counts[side] += kCountUnits[type];
+    pos.pieces[side][0] |= square_bit(square);
+    pos.pieces[side][type] |= square_bit(square);
+}
+
 // Takes off whatever stands on the square (keys untouched).
-void remove_piece(Position& pos, int square);
-void toggle_key(Position& pos, int code, int square);
-void compute_keys(Position& pos);
+inline void remove_piece(Position& pos, int square) {
+    int code = pos.board[square];
+    if (code == 0) return;
+    int side = piece_side(code);
+    int type = piece_type(code);
+    uint8_t* list = pos.piece_list[side][type];
+    int n = 0;
+    while (list[n] != square) n++;
+    do {
+        list[n] = list[n + 1];
+    } while (list[n++] != kNoSquare);
+    pos.board[square] = 0;
+    pos.phase_material[side] = int16_t(pos.phase_material[side] - kPhaseUnits[type]);
+    pos.piece_counts[side] -= kCountUnits[type];
+    pos.pieces[side][0] ^= square_bit(square);
+    pos.pieces[side][type] ^= square_bit(square);
+}
+
+inline void toggle_key(Position& pos, int code, int square) {
+    uint64_t key = zobrist_piece[code][square];
+    pos.hash_key ^= key;
+    if (piece_type(code) == kPawn) pos.pawn_key ^= key;
+}
+
 
 inline uint64_t full_key(const Position& pos) {
     return pos.hash_key ^ zobrist_extra[pos.castling] ^ zobrist_extra[pos.ep_square] ^
