@@ -30,13 +30,11 @@ bool too_alike(uint64_t a, uint64_t b) {
     return std::popcount(uint32_t(x)) < 4 || std::popcount(uint32_t(x >> 32)) < 4;
 }
 
-bool keys_ready = false;
-
 }  // namespace
 
 void init_hash_keys_tables() {
-    if (keys_ready) return;
-    keys_ready = true;
+    // The first key is never 0, so a filled table shows itself.
+    if (zobrist_piece[0][0] != 0) return;
     KeyGenerator gen;
     uint64_t* keys = &zobrist_piece[0][0];
     for (int i = 0; i < 16 * 64; i++) {
