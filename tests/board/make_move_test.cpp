@@ -51,6 +51,20 @@ TEST_F(MakeMoveTest, CastlingRightsAndRook) {
     EXPECT_EQ(pos.castling, 0);
     EXPECT_TRUE(placement_consistent(pos));
 
+    // A captured piece leaves a closed gap; undone, it comes back at the end.
+    set("r3k2r/8/8/8/3r4/8/8/3RK3 w - - 0 1");
+    EXPECT_EQ(list_squares(pos, kBlack, kRook), (std::vector<int>{56, 63, 27}));
+    make_move(pos, sq_move("d1d4"));
+    EXPECT_EQ(list_squares(pos, kBlack, kRook), (std::vector<int>{56, 63}));
+    make_move(pos, sq_move("a8a1"));
+    unmake_move(pos);
+    unmake_move(pos);
+    EXPECT_EQ(list_squares(pos, kBlack, kRook), (std::vector<int>{56, 63, 27}));
+    set("r3k2r/8/8/8/8/8/8/R3K2R w - - 0 1");
+    make_move(pos, sq_move("a1a8"));
+    unmake_move(pos);
+    EXPECT_EQ(list_squares(pos, kBlack, kRook), (std::vector<int>{63, 56}));
+
     // Capturing the h8 rook removes k, though that rook never moved.
     set("r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
     make_move(pos, sq_move("h1h8"));

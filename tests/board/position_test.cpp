@@ -168,23 +168,6 @@ TEST_F(PositionTest, BoardText) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), rows + "\n");
 }
 
-TEST_F(PositionTest, AddRemoveKeepListOrder) {
-    set("8/8/8/8/8/8/8/8 w - -");
-    add_piece(pos, kWhite, kRook, 10);
-    add_piece(pos, kWhite, kRook, 3);
-    add_piece(pos, kWhite, kRook, 40);
-    remove_piece(pos, 3);
-    EXPECT_EQ(list_squares(pos, kWhite, kRook), (std::vector<int>{10, 40}));
-    add_piece(pos, kWhite, kRook, 0);
-    EXPECT_EQ(list_squares(pos, kWhite, kRook), (std::vector<int>{10, 40, 0}));
-    compute_keys(pos);
-    EXPECT_TRUE(placement_consistent(pos));
-    uint64_t before = pos.hash_key;
-    toggle_key(pos, piece_code(kBlack, kPawn), 20);
-    EXPECT_EQ(pos.hash_key, before ^ zobrist_piece[9][20]);
-    EXPECT_EQ(pos.pawn_key, zobrist_piece[9][20]);
-}
-
 // Garbage text must give a usable position: nothing read out of bounds, and
 // move generation, legality and make/unmake work on whatever came out.
 TEST_F(PositionTest, GarbageFenNeverBreaksThePosition) {
