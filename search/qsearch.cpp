@@ -91,7 +91,7 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
     // Searches one move of either stage; returns true on a cut-off (score in *cut).
     auto try_move = [&](MoveEntry* q, int* cut) -> bool {
         Move m = q->move;
-        int from = move_from(m), to = move_to(m);
+        int to = move_to(m);
         int mover_type = piece_type(q->mover);
         bool en_passant = mover_type == kPawn && to == pos.ep_square && !q->victim;
         int captured = en_passant ? kPawn : piece_type(q->victim);
@@ -114,7 +114,6 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
             !capture_not_losing(pos, m))
             return false;
         if (!is_legal(pos, side, m)) return false;
-        (void)from;
 
         ss.current = q;
         make_move(pos, m);
