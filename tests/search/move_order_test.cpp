@@ -131,14 +131,6 @@ TEST(MovePicker, KillerAndCounterUpdates) {
     EXPECT_EQ(td.stack[2].killer_evasion, a);
     EXPECT_EQ(td.stack[2].killer1, b);
 
-    int16_t h = 2048;
-    history_bonus(h);
-    EXPECT_EQ(h, 2048 + (8192 - 2048) / 64);
-    history_malus(h);
-    EXPECT_EQ(h, 2144 - 2144 / 128);
-    h = 8192;
-    history_bonus(h);
-    EXPECT_EQ(h, 8192);
 }
 
 namespace {

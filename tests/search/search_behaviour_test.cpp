@@ -179,12 +179,3 @@ TEST(Draws, FiftyMoveRule) {
     thread_table[0]->pos.fifty_count = 100;
     EXPECT_EQ(search_node(2, 4, -10000, 10000, pv), 2 - 10000);
 }
-
-TEST(Draws, DeadDrawnMaterialScoresAsEvaluated) {
-    engine_up(1);
-    // King and knight against king: nothing to play for.
-    const SearchResult& r = search_to_depth("8/8/4k3/8/8/3NK3/8/8 w - -", 10);
-    EXPECT_GE(r.score, -10);
-    EXPECT_LE(r.score, 10);
-    EXPECT_NE(r.best_move, 0);
-}

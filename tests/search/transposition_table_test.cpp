@@ -86,16 +86,6 @@ TEST_F(SmallTable, StoredMateScoreReadsBackAtAnotherPly) {
     EXPECT_EQ(r.depth, 6);
 }
 
-TEST_F(SmallTable, BoundsFollowTheWindow) {
-    uint64_t a = key_in_bucket(1), b = key_in_bucket(2), c = key_in_bucket(3);
-    tt_store(a, 0, 1, 4, 0, 50, 60, 0);
-    tt_store(b, 0, 1, 4, 0, 50, 20, 0);
-    tt_store(c, 0, 1, 4, 0, 50, 0, 0);
-    EXPECT_EQ(tt_read(a, 0, 1, board).bound, BOUND_LOWER);
-    EXPECT_EQ(tt_read(b, 0, 1, board).bound, BOUND_EXACT);
-    EXPECT_EQ(tt_read(c, 0, 1, board).bound, BOUND_UPPER);
-}
-
 TEST_F(SmallTable, ReplacementRules) {
     // Same key: depth 3 gives way to depth 1 (3 - 2 <= 1) but not to depth 0.
     uint64_t same = key_in_bucket(9);
