@@ -1,11 +1,11 @@
 #include "eval/eval_trace.h"
 
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
 #include "board/make_move.h"
 #include "eval/evaluate.h"
+#include "eval/text_append.h"
 
 EvalTrace eval_trace;
 
@@ -15,16 +15,6 @@ void clear_eval_trace() {
 }
 
 namespace {
-
-void append(std::string& out, const char* format, ...) __attribute__((format(printf, 2, 3)));
-void append(std::string& out, const char* format, ...) {
-    char line[256];
-    va_list args;
-    va_start(args, format);
-    std::vsnprintf(line, sizeof line, format, args);
-    va_end(args);
-    out += line;
-}
 
 void append_squares(std::string& out, Bitboard set) {
     for (; set; set &= set - 1) {

@@ -1,23 +1,7 @@
 #include "eval/param_report.h"
 
-#include <cstdarg>
-#include <cstdio>
-
 #include "eval/engine_params.h"
-
-namespace {
-
-void append(std::string& out, const char* format, ...) __attribute__((format(printf, 2, 3)));
-void append(std::string& out, const char* format, ...) {
-    char line[256];
-    va_list args;
-    va_start(args, format);
-    std::vsnprintf(line, sizeof line, format, args);
-    va_end(args);
-    out += line;
-}
-
-}  // namespace
+#include "eval/text_append.h"
 
 std::string param_report() {
     const EngineParams& p = params;
