@@ -12,22 +12,9 @@
 #include "shell/console_commands.h"
 #include "shell/core/output.h"
 #include "shell/game_position.h"
+#include "shell/line_file.h"
 
 namespace {
-
-// Reads one line of at most size - 1 characters, without its line end; the
-// rest of a longer line is dropped.
-bool read_line(std::FILE* file, char* line, int size) {
-    if (!std::fgets(line, size, file)) return false;
-    std::size_t length = std::strlen(line);
-    if (length > 0 && line[length - 1] != '\n' && !std::feof(file)) {
-        int c;
-        while ((c = std::fgetc(file)) != EOF && c != '\n') {
-        }
-    }
-    line[std::strcspn(line, "\r\n")] = '\0';
-    return true;
-}
 
 constexpr int kPgnLineSize = 1023;
 

@@ -5,6 +5,7 @@
 
 #include "eval/engine_params.h"
 #include "shell/core/output.h"
+#include "shell/line_file.h"
 #include "shell/play_settings.h"
 #include "shell/words.h"
 #include "tablebase/probe.h"
@@ -13,19 +14,6 @@ namespace {
 
 constexpr int kUnset = -1000;
 constexpr int kLineSize = 255;  // at most 254 characters and the terminator
-
-// One line without its line end; the rest of an over-long line is dropped.
-bool read_line(std::FILE* file, char* line) {
-    if (!std::fgets(line, kLineSize, file)) return false;
-    std::size_t length = std::strlen(line);
-    if (length > 0 && line[length - 1] != '\n' && !std::feof(file)) {
-        int c;
-        while ((c = std::fgetc(file)) != EOF && c != '\n') {
-        }
-    }
-    line[std::strcspn(line, "\r\n")] = '\0';
-    return true;
-}
 
 int16_t to_int16(const char* text) {
     return static_cast<int16_t>(read_clamped(text, INT16_MIN, INT16_MAX));
@@ -162,7 +150,7 @@ void apply_keyed_line(std::FILE* file, const char* line, EngineParams& p) {
 void read_pst_block(std::FILE* file, EngineParams& p, int piece, int phase) {
     char line[kLineSize];
     for (int row = 0; row < 8; ++row) {
-        if (!read_line(file, line)) return;
+        if (!read_line(file, line, kLineSize)) return;
         const int rank = 7 - row;
         const char* cursor = line;
         for (int file_index = 0; file_index < 8; ++file_index) {
@@ -186,7 +174,7 @@ int read_settings_file(const char* name, EngineParams& p) {
     }
 
     char line[kLineSize];
-    while (read_line(file, line)) {
+    while (read_line(file, line, kLineSize)) {
         if (line[0] == '\0' || line[0] == '#') continue;
         for (char* c = line; *c; ++c) {
             if (*c == '=' || *c == ',') *c = ' ';
