@@ -15,13 +15,6 @@ namespace {
 
 const char* kMiddlegame = "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N2N2/PP2BPPP/R2QKB1R w KQ -";
 
-TEST(EvalCache, SlotsPairBySideToMove) {
-    const uint64_t key = 0x123456789ABCDEF1ULL;
-    EXPECT_EQ(eval_cache_index(key, 0) ^ 1, eval_cache_index(key, 1));
-    EXPECT_EQ(eval_cache_index(key, 0), int(key & 0x3FFE));
-    EXPECT_LT(eval_cache_index(~0ULL, 1), kEvalCacheSize);
-}
-
 TEST(EvalCache, ReadOnlyWhileSearchingBelowTheRoot) {
     Board board(kMiddlegame);
     Evaluator eval;

