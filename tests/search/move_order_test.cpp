@@ -130,7 +130,6 @@ TEST(MovePicker, KillerAndCounterUpdates) {
     update_killers(td, td.pos, 2, a, true);
     EXPECT_EQ(td.stack[2].killer_evasion, a);
     EXPECT_EQ(td.stack[2].killer1, b);
-
 }
 
 namespace {

