@@ -81,6 +81,8 @@ inline ::testing::AssertionResult placement_consistent(const Position& pos) {
 
 // Every field equal, square lists compared as sets (a capture undone
 // re-appends the piece at the end of its list).
+#define VORN_SAME(field) \
+    if (a.field != b.field) return ::testing::AssertionFailure() << #field
 inline ::testing::AssertionResult same_position(const Position& a, const Position& b) {
     if (!std::equal(a.board, a.board + 65, b.board)) return ::testing::AssertionFailure() << "board";
     for (int side = 0; side < 2; side++) {
@@ -93,16 +95,16 @@ inline ::testing::AssertionResult same_position(const Position& a, const Positio
             std::sort(lb.begin(), lb.end());
             if (la != lb) return ::testing::AssertionFailure() << "piece_list " << side << " " << type;
         }
-        if (a.piece_counts[side] != b.piece_counts[side]) return ::testing::AssertionFailure() << "piece_counts";
-        if (a.phase_material[side] != b.phase_material[side])
-            return ::testing::AssertionFailure() << "phase_material";
+        VORN_SAME(piece_counts[side]);
+        VORN_SAME(phase_material[side]);
     }
-    if (a.hash_key != b.hash_key) return ::testing::AssertionFailure() << "hash_key";
-    if (a.pawn_key != b.pawn_key) return ::testing::AssertionFailure() << "pawn_key";
-    if (a.side_to_move != b.side_to_move) return ::testing::AssertionFailure() << "side_to_move";
-    if (a.fifty_count != b.fifty_count) return ::testing::AssertionFailure() << "fifty_count";
-    if (a.castling != b.castling) return ::testing::AssertionFailure() << "castling";
-    if (a.ep_square != b.ep_square) return ::testing::AssertionFailure() << "ep_square";
-    if (a.owner != b.owner) return ::testing::AssertionFailure() << "owner";
+    VORN_SAME(hash_key);
+    VORN_SAME(pawn_key);
+    VORN_SAME(side_to_move);
+    VORN_SAME(fifty_count);
+    VORN_SAME(castling);
+    VORN_SAME(ep_square);
+    VORN_SAME(owner);
+#undef VORN_SAME
     return ::testing::AssertionSuccess();
 }

@@ -8,16 +8,12 @@ namespace {
 class SeeTest : public BoardTest {
 protected:
     Bitboard occupancy() const { return pos.pieces[0][0] | pos.pieces[1][0]; }
+    static int square(const char* name) { return (name[1] - '1') * 8 + (name[0] - 'a'); }
     int see_of(const char* move, bool may_stop) {
-        int from = (move[1] - '1') * 8 + (move[0] - 'a');
-        int to = (move[3] - '1') * 8 + (move[2] - 'a');
-        return see(pos, piece_side(pos.board[from]), from, to, occupancy(), may_stop);
+        int from = square(move);
+        return see(pos, piece_side(pos.board[from]), from, square(move + 2), occupancy(), may_stop);
     }
-    bool not_losing(const char* move) {
-        int from = (move[1] - '1') * 8 + (move[0] - 'a');
-        int to = (move[3] - '1') * 8 + (move[2] - 'a');
-        return capture_not_losing(pos, encode_move(from, to));
-    }
+    bool not_losing(const char* move) { return capture_not_losing(pos, encode_move(square(move), square(move + 2))); }
 };
 
 TEST_F(SeeTest, RookTakesDefendedPawn) {
