@@ -25,6 +25,10 @@ std::string flip_fen(const std::string& fen) {
     std::istringstream in(fen);
     std::string placement, side = "w", castling = "-", ep = "-";
     in >> placement >> side >> castling >> ep;
+    auto swap_case = [](char c) {
+        unsigned char u = static_cast<unsigned char>(c);
+        return char(std::isupper(u) ? std::tolower(u) : std::toupper(u));
+    };
     std::vector<std::string> ranks;
     std::string rank;
     for (char c : placement) {
@@ -32,9 +36,7 @@ std::string flip_fen(const std::string& fen) {
             ranks.push_back(rank);
             rank.clear();
         } else {
-            rank += std::isalpha(static_cast<unsigned char>(c))
-                        ? char(std::isupper(static_cast<unsigned char>(c)) ? std::tolower(c) : std::toupper(c))
-                        : c;
+            rank += swap_case(c);
         }
     }
     ranks.push_back(rank);
@@ -44,13 +46,10 @@ std::string flip_fen(const std::string& fen) {
         if (i) out += '/';
     }
     out += side == "w" ? " b " : " w ";
-    std::string flipped_castling;
-    for (char c : castling)
-        flipped_castling += c == '-' ? c : char(std::isupper(static_cast<unsigned char>(c)) ? std::tolower(c) : std::toupper(c));
-    // Keep the usual KQkq order.
+    // The swapped rights in the usual KQkq order.
     std::string ordered;
     for (char c : std::string("KQkq"))
-        if (flipped_castling.find(c) != std::string::npos) ordered += c;
+        if (castling.find(swap_case(c)) != std::string::npos) ordered += c;
     out += ordered.empty() ? "-" : ordered;
     out += ' ';
     if (ep == "-" || ep.size() != 2) out += "-";
