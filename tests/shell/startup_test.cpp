@@ -80,21 +80,13 @@ TEST(Startup, ThreadCountIsClampedToOneThroughSixtyFour) {
     EXPECT_EQ(threads_with("100"), one + 63);
 }
 
+// (The benchmark switches are run by the search tests.)
 TEST(Startup, ToolSwitchesRunTheirModeAndExit) {
     for (const char* tool : {"-anepd", "-match", "-tune", "-scan_pgn1"}) {
         EngineProcess engine({tool, "missing.file"});
         EXPECT_EQ(engine.wait_exit(10), 0) << tool;
         EXPECT_NE(engine.output().find("not available"), std::string::npos) << tool;
     }
-    // The benchmark searches every position even with its input closed.
-    EngineProcess bench({"-bench", "-d", "3", "-hash", "1"});
-    bench.close_input();
-    EXPECT_EQ(bench.wait_exit(60), 0);
-    const std::string& out = bench.output();
-    EXPECT_EQ(out.rfind("running benchmark\n", 0), 0u) << out;
-    EXPECT_NE(out.find("pos  9: "), std::string::npos) << out;
-    EXPECT_EQ(out.find("pos 10: "), std::string::npos) << out;
-    EXPECT_EQ(out.find("nodes= 0,"), std::string::npos) << out;
 }
 
 }  // namespace

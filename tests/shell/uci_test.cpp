@@ -204,8 +204,12 @@ TEST_F(Uci, PonderSearchIsReportedOnlyAfterPonderhitOrStop) {
 
 TEST_F(Uci, MultiPvPrintsOneLinePerVariation) {
     std::string out = search("setoption name MultiPV value 3\nposition startpos\ngo depth 4");
-    for (int i = 1; i <= 3; ++i)
-        EXPECT_NE(out.find("info multipv " + std::to_string(i) + " depth 4 "), std::string::npos) << out;
+    for (int depth = 1; depth <= 4; ++depth)
+        for (int i = 1; i <= 3; ++i) {
+            std::string line = "info multipv " + std::to_string(i) + " depth " + std::to_string(depth) + " ";
+            EXPECT_NE(out.find(line), std::string::npos) << line << "\n" << out;
+        }
+    EXPECT_EQ(out.find("multipv 4"), std::string::npos) << out;
 }
 
 TEST_F(Uci, JunkIsSurvived) {
