@@ -88,6 +88,11 @@ Move read_coordinate_move(const char* word) {
     return encode_move(from, to, promotion);
 }
 
+void finish_search_and_wait() {
+    if (stop_signal == 0) stop_signal = 1;
+    while (count_searching() != 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
 void abandon_search_and_wait() {
     if (count_searching() == 0) return;
     stop_signal = 2;

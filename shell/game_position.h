@@ -46,3 +46,5 @@ Move read_coordinate_move(const char* word);
 // Asks a running search to abandon its work and waits until every worker is
 // idle, so that shared tables and the game position may change.
 void abandon_search_and_wait();
+// Stops a running search so that its result can still be reported.
+void finish_search_and_wait();

@@ -10,6 +10,7 @@
 #include "shell/core/shell_state.h"
 #include "shell/game_position.h"
 #include "shell/input_reader.h"
+#include "shell/main_loop.h"
 #include "shell/words.h"
 
 namespace {
@@ -89,10 +90,14 @@ int64_t keyword_value(const char* arguments, const char* keyword) {
 }
 
 void start_go(const char* arguments) {
-    // A new search replaces one still running, which is then not reported.
+    // Every "go" is answered by exactly one "bestmove". A search still
+    // running (its workers not yet back after "stop", or a ponder search the
+    // interface never stopped) is finished and reported first: an interface
+    // that stopped a ponder search waits for that report and would take the
+    // next one as it, losing the new search's move.
     if (shell.search_mode != 0) {
-        abandon_search_and_wait();
-        shell.search_mode = 0;
+        finish_search_and_wait();
+        report_search();
     }
     stop_signal = 2;
     limits.time_mode = 0;

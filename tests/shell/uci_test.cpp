@@ -218,6 +218,8 @@ TEST_F(Uci, JunkIsSurvived) {
                  "position fen ///// z\nposition startpos moves zz e2e4\nsetoption name Threads value\n"
                  "\x01\x02\x7f\xff\n@@@\n\r\n   ",
              20);
+    // The junk "go" was stopped, so it still owes its "bestmove".
+    EXPECT_GE(engine.wait_for("bestmove", 10), 0) << engine.output();
     EXPECT_NE(search("position startpos\ngo depth 2").find("bestmove "), std::string::npos);
     // A position no search can make sense of is answered, not searched.
     std::string out = search("position fen 8/8/8/8/8/8/8/8 w - -\ngo depth 2");
