@@ -165,6 +165,21 @@ TEST(TimeCheck, FallingScoreBuysTimeFromTheClock) {
     stop_signal = 0;
 }
 
+TEST(TimeCheck, AnAlmostEmptyClockStopsWithoutTheTwentyMillisecondGrace) {
+    // 0.1 s left with a 25 ms overhead: below five overheads, so depth 2 is
+    // enough; with a full clock the first 20 ms are still granted.
+    for (double clock : {0.1, 10.0}) {
+        fake_running_search(2, 0, 0, 2);
+        limits.time_mode = 0;
+        limits.clock[0] = clock;
+        limits.target_time = 0.002;
+        limits.overhead = 0.025;
+        check_time_at(0.003);
+        EXPECT_EQ(stop_signal.load(), clock < 1 ? 1 : 0) << clock;
+        stop_signal = 0;
+    }
+}
+
 TEST(TimeCheck, NothingStopsBeforeDepthTwoOrWhilePondering) {
     fake_running_search(1, 0, 0, 1);
     limits.time_mode = 1;
