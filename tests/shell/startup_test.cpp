@@ -26,17 +26,6 @@ void expect_ready(EngineProcess& engine) {
     ASSERT_GE(engine.wait_for("readyok", 10, from), 0) << engine.output();
 }
 
-TEST(Startup, QuitAndEndOfInputBothExitWithStatusZero) {
-    EngineProcess by_quit;
-    expect_ready(by_quit);
-    by_quit.send("quit");
-    EXPECT_EQ(by_quit.wait_exit(10), 0);
-
-    EngineProcess by_eof({"-c"});
-    by_eof.close_input();
-    EXPECT_EQ(by_eof.wait_exit(10), 0);
-}
-
 TEST(Startup, TheLogIsRecreatedAndHoldsTheEchoedCommands) {
     EngineProcess engine;
     expect_ready(engine);
