@@ -103,7 +103,17 @@ void check_time_at(double seconds) {
         pub_score = search_result.score;
         pub_move = search_result.pv[1];
     }
-    if (pub_depth < 2 || seconds < 0.02) return;
+    if (pub_depth < 2) return;
+    ThreadData* game = thread_table[0];
+    int side = game ? game->pos.side_to_move & 1 : 0;
+    double remaining = std::max(limits.clock[side] - seconds, 0.0);
+    if (seconds < 0.02) {
+        // The first 20 ms are normally granted whatever the target, but near
+        // the flag they cost more than a small increment gives back: a fast
+        // game would then lose a little on every move until it forfeits.
+        if (limits.time_mode != 1 && remaining < 5 * limits.overhead) stop_search_now(pub_depth);
+        return;
+    }
     ThreadData* first = thread_table[1];
     if (!first) return;
 
@@ -138,9 +148,6 @@ void check_time_at(double seconds) {
     int changed = last_change_depth.load(std::memory_order_relaxed);
     if (d > 6 && d - 1 <= changed && x == 0) x = 1;
 
-    ThreadData* game = thread_table[0];
-    int side = game ? game->pos.side_to_move & 1 : 0;
-    double remaining = std::max(limits.clock[side] - seconds, 0.0);
     double f = (x == 0 && d > 6 && changed < d - 3) ? 0.85 : 1.0;
     double limit = f * limits.target_time + x * 0.01 * remaining;
     if (limits.time_mode != 1) limit -= limits.overhead;
