@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "board/make_move.h"
 #include "board/notation.h"
@@ -45,71 +46,49 @@ TEST_F(NotationTest, CoordinateText) {
     EXPECT_STREQ(move_to_text(encode_move(52, 60, kPromoteKnight), buffer), "e7e8=N");
 }
 
-TEST_F(NotationTest, PieceMovesAndDisambiguation) {
-    set("4k3/8/8/8/8/5N2/8/RN2K3 w - - 0 1");
-    Forms f = forms("b1d2");
-    EXPECT_EQ(f.coordinate, "b1d2");
-    EXPECT_EQ(f.san, "Nbd2");
-    EXPECT_EQ(f.with_file, "Nbd2");
-    EXPECT_EQ(f.with_rank, "N1d2");
+// The four forms move_to_san writes; nullptr where a case does not check one.
+struct SanCase {
+    const char* fen;
+    const char* move;
+    Move promotion;
+    const char *coordinate, *san, *with_file, *with_rank;
+};
 
-    // Three queens that all reach the square: file and rank.
-    set("4k3/8/8/8/Q6Q/8/8/Q3K3 w - - 0 1");
-    EXPECT_EQ(forms("a4d4").san, "Qa4d4");  // a1 shares the file, h4 the rank
-    EXPECT_EQ(forms("a1d4").san, "Q1d4");
+const char* const kTwoKnights = "4k3/8/8/8/8/5N2/8/RN2K3 w - - 0 1";
+const char* const kThreeQueens = "4k3/8/8/8/Q6Q/8/8/Q3K3 w - - 0 1";  // a1 shares a4's file, h4 its rank
+const char* const kPawns = "1r6/P6k/8/3p4/4P3/8/8/4K3 w - - 0 1";
+const char* const kCastles = "r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1";
 
+const SanCase kSanCases[] = {
+    {kTwoKnights, "b1d2", 0, "b1d2", "Nbd2", "Nbd2", "N1d2"},
+    {kThreeQueens, "a4d4", 0, nullptr, "Qa4d4", nullptr, nullptr},
+    {kThreeQueens, "a1d4", 0, nullptr, "Q1d4", nullptr, nullptr},
     // A pinned knight still counts as a candidate.
-    set("4k3/4r3/8/1N6/8/8/4N3/4K3 w - - 0 1");
-    EXPECT_EQ(forms("b5c3").san, "Nbc3");
-
-    set("4k3/8/8/3p4/8/2N5/8/4K3 w - - 0 1");
-    Forms capture = forms("c3d5");
-    EXPECT_EQ(capture.san, "Nxd5");
-    EXPECT_EQ(capture.with_file, "Ncxd5");
-    EXPECT_EQ(capture.with_rank, "N3xd5");
-}
-
-TEST_F(NotationTest, PawnMovesAndPromotions) {
-    set("1r6/P6k/8/3p4/4P3/8/8/4K3 w - - 0 1");
-    Forms push = forms("e4e5");
-    EXPECT_EQ(push.san, "e5");
-    EXPECT_EQ(push.with_file, "");
-    EXPECT_EQ(push.with_rank, "");
-    Forms capture = forms("e4d5");
-    EXPECT_EQ(capture.san, "exd5");
-    EXPECT_EQ(capture.with_file, "ed");
-    Forms promo = forms("a7b8", kPromoteQueen);
-    EXPECT_EQ(promo.coordinate, "a7b8=Q");
-    EXPECT_EQ(promo.san, "axb8=Q");
-    EXPECT_EQ(promo.with_file, "ab=Q");
-    Forms under = forms("a7a8", kPromoteRook);
-    EXPECT_EQ(under.coordinate, "a7a8=R");
-    EXPECT_EQ(under.san, "a8=R");
-
-    set("4k3/8/8/3pP3/8/8/8/4K3 w - d6 0 1");
-    EXPECT_EQ(forms("e5d6").san, "exd6");
-}
-
-TEST_F(NotationTest, CastlingAndCheck) {
-    set("r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
-    Forms short_castle = forms("e1g1");
-    EXPECT_EQ(short_castle.san, "o-o");
-    EXPECT_EQ(short_castle.with_file, "O-O");
-    EXPECT_EQ(short_castle.with_rank, "0-0");
-    Forms long_castle = forms("e1c1");
-    EXPECT_EQ(long_castle.san, "o-o-o");
-    EXPECT_EQ(long_castle.with_file, "O-O-O");
-    EXPECT_EQ(long_castle.with_rank, "0-0-0");
-
-    set("4k3/8/8/8/8/8/8/R3K3 w - - 0 1");
-    Forms check = forms("a1a8");
-    EXPECT_EQ(check.coordinate, "a1a8+");
-    EXPECT_EQ(check.san, "Ra8+");
-    EXPECT_EQ(check.with_file, "Raa8+");
-    EXPECT_EQ(check.with_rank, "R1a8+");
+    {"4k3/4r3/8/1N6/8/8/4N3/4K3 w - - 0 1", "b5c3", 0, nullptr, "Nbc3", nullptr, nullptr},
+    {"4k3/8/8/3p4/8/2N5/8/4K3 w - - 0 1", "c3d5", 0, nullptr, "Nxd5", "Ncxd5", "N3xd5"},
+    {kPawns, "e4e5", 0, nullptr, "e5", "", ""},
+    {kPawns, "e4d5", 0, nullptr, "exd5", "ed", nullptr},
+    {kPawns, "a7b8", kPromoteQueen, "a7b8=Q", "axb8=Q", "ab=Q", nullptr},
+    {kPawns, "a7a8", kPromoteRook, "a7a8=R", "a8=R", nullptr, nullptr},
+    {"4k3/8/8/3pP3/8/8/8/4K3 w - d6 0 1", "e5d6", 0, nullptr, "exd6", nullptr, nullptr},
+    {kCastles, "e1g1", 0, nullptr, "o-o", "O-O", "0-0"},
+    {kCastles, "e1c1", 0, nullptr, "o-o-o", "O-O-O", "0-0-0"},
+    {"4k3/8/8/8/8/8/8/R3K3 w - - 0 1", "a1a8", 0, "a1a8+", "Ra8+", "Raa8+", "R1a8+"},
     // Mate is not marked differently.
-    set("6k1/5ppp/8/8/8/8/8/R3K3 w - - 0 1");
-    EXPECT_EQ(forms("a1a8").san, "Ra8+");
+    {"6k1/5ppp/8/8/8/8/8/R3K3 w - - 0 1", "a1a8", 0, nullptr, "Ra8+", nullptr, nullptr},
+};
+
+TEST_F(NotationTest, SanForms) {
+    for (const SanCase& c : kSanCases) {
+        set(c.fen);
+        Forms f = forms(c.move, c.promotion);
+        const std::pair<const char*, const std::string&> checks[] = {
+            {c.coordinate, f.coordinate}, {c.san, f.san}, {c.with_file, f.with_file}, {c.with_rank, f.with_rank}};
+        for (const auto& [expected, actual] : checks) {
+            if (!expected) continue;
+            EXPECT_EQ(actual, expected) << c.fen << " " << c.move;
+        }
+    }
 }
 
 TEST_F(NotationTest, ParseEverySpelling) {
