@@ -131,6 +131,7 @@ def play_game(args, opening, engine_white, referee, stats):
     moves = list(opening.get("moves", []))
     clock = {True: args.time, False: args.time}
     seen = {}
+    pondering = {}  # engine name -> the move it is pondering on
     for e in players.values():
         e.send("ucinewgame")
         e.ready(10)
@@ -153,10 +154,21 @@ def play_game(args, opening, engine_white, referee, stats):
             result, reason = "1/2-1/2", "material"
             break
         mover = players[white]
-        pos = f"position fen {fen}" + (" moves " + " ".join(moves) if moves else "")
-        mover.send(pos)
-        mover.send(f"go wtime {int(clock[True]*1000)} btime {int(clock[False]*1000)} "
-                   f"winc {int(args.inc*1000)} binc {int(args.inc*1000)}")
+        go = (f"go wtime {int(clock[True]*1000)} btime {int(clock[False]*1000)} "
+              f"winc {int(args.inc*1000)} binc {int(args.inc*1000)}")
+        guess = pondering.pop(mover.name, None)
+        if guess is not None and moves and moves[-1] == guess:
+            mover.send("ponderhit")
+        else:
+            if guess is not None:
+                # A ponder miss: the stopped search still owes its bestmove.
+                mover.send("stop")
+                if mover.wait_for("bestmove", 5.0)[0] is None:
+                    stats["stalls"][mover.name] += 1
+                    result, reason = ("0-1" if white else "1-0"), "no bestmove after stop"
+                    break
+            mover.send(f"position fen {fen}" + (" moves " + " ".join(moves) if moves else ""))
+            mover.send(go)
         line, used = mover.wait_for("bestmove", clock[white] + 5.0)
         clock[white] -= used
         if line is None:
@@ -176,6 +188,11 @@ def play_game(args, opening, engine_white, referee, stats):
             result, reason = ("0-1" if white else "1-0"), "illegal move"
             break
         moves.append(move)
+        words = line.split()
+        if mover.name in args.ponder and len(words) >= 4 and words[2] == "ponder":
+            mover.send(f"position fen {fen} moves " + " ".join(moves + [words[3]]))
+            mover.send(go + " ponder")
+            pondering[mover.name] = words[3]
         if len(moves) > 600:
             result, reason = "1/2-1/2", "move cap"
     for e in players.values():
@@ -213,6 +230,8 @@ def main():
     ap.add_argument("--concurrency", type=int, default=1)
     ap.add_argument("--openings", default=os.path.join(os.path.dirname(__file__),
                                                         "../../shared/books/noob_3moves.epd.zip"))
+    ap.add_argument("--ponder", action="append", default=[], choices=["vorn", "opponent"],
+                    help="let this player ponder on the move it expects")
     ap.add_argument("--engine-option", nargs=2, action="append", default=[])
     ap.add_argument("--opponent-option", nargs=2, action="append", default=[])
     args = ap.parse_args()
