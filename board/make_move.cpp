@@ -41,6 +41,40 @@ inline int previous_move(const BoardHistory& h) {
     return h.history_count > 0 ? h.history[h.history_count - 1].move : 0;
 }
 
+// Records what a move changes beyond recovery from the board: the state
+// flags and the keys, so that unmaking restores them instead of recomputing.
+inline HistoryEntry& push_history(const Position& pos, BoardHistory& h, Move move, int captured) {
+    HistoryEntry& entry = h.history[h.history_count];
+    entry.move = move;
+    entry.captured = uint8_t(captured);
+    entry.ep_square = pos.ep_square;
+    entry.fifty_count = pos.fifty_count;
+    entry.castling = pos.castling;
+    entry.hash_key = pos.hash_key;
+    entry.pawn_key = pos.pawn_key;
+    h.history_count++;
+    h.ply++;
+    h.last_move = move;
+    return entry;
+}
+
+// Takes the last entry back and restores the state it kept. The placement
+// is the caller's to undo.
+inline const HistoryEntry& pop_history(Position& pos) {
+    BoardHistory& h = *pos.owner;
+    h.history_count--;
+    h.ply--;
+    const HistoryEntry& entry = h.history[h.history_count];
+    h.last_move = uint16_t(previous_move(h));
+    pos.ep_square = entry.ep_square;
+    pos.castling = entry.castling;
+    pos.fifty_count = entry.fifty_count;
+    pos.hash_key = entry.hash_key;
+    pos.pawn_key = entry.pawn_key;
+    pos.side_to_move ^= 1;
+    return entry;
+}
+
 // Whether `square` is attacked by `by`, with the occupancy given explicitly
 // and the pieces on `removed` left out of the attackers.
 inline bool attacked_with(const Position& pos, int square, int by, Bitboard occupancy,
@@ -65,17 +99,7 @@ void make_move(Position& pos, Move move) {
     int p = pos.board[from], c = pos.board[to];
     int s = pos.side_to_move;
 
-    HistoryEntry& entry = h.history[h.history_count];
-    entry.move = move;
-    entry.captured = uint8_t(piece_type(c));
-    entry.ep_square = pos.ep_square;
-    entry.fifty_count = pos.fifty_count;
-    entry.castling = pos.castling;
-    entry.hash_key = pos.hash_key;
-    entry.pawn_key = pos.pawn_key;
-    h.history_count++;
-    h.ply++;
-    h.last_move = move;
+    const HistoryEntry& entry = push_history(pos, h, move, piece_type(c));
 
     pos.fifty_count++;
     pos.ep_square = kNoSquare;
@@ -117,16 +141,7 @@ void make_move(Position& pos, Move move) {
 }
 
 void unmake_move(Position& pos) {
-    BoardHistory& h = *pos.owner;
-    h.history_count--;
-    h.ply--;
-    const HistoryEntry& entry = h.history[h.history_count];
-    h.last_move = uint16_t(previous_move(h));
-
-    pos.ep_square = entry.ep_square;
-    pos.castling = entry.castling;
-    pos.fifty_count = entry.fifty_count;
-    pos.side_to_move ^= 1;
+    const HistoryEntry& entry = pop_history(pos);
     int s = pos.side_to_move;
 
     Move move = entry.move;
@@ -147,40 +162,16 @@ void unmake_move(Position& pos) {
         remove_piece(pos, from);
         add_piece(pos, s, kPawn, from);
     }
-    pos.hash_key = entry.hash_key;
-    pos.pawn_key = entry.pawn_key;
 }
 
 void make_null_move(Position& pos) {
-    BoardHistory& h = *pos.owner;
-    h.ply++;
-    HistoryEntry& entry = h.history[h.history_count];
-    entry.move = 0;
-    entry.captured = 0;
-    entry.ep_square = pos.ep_square;
-    entry.fifty_count = pos.fifty_count;
-    entry.castling = pos.castling;
-    entry.hash_key = pos.hash_key;
-    entry.pawn_key = pos.pawn_key;
-    h.history_count++;
+    push_history(pos, *pos.owner, 0, 0);
     pos.fifty_count++;
     pos.ep_square = kNoSquare;
     pos.side_to_move ^= 1;
-    h.last_move = 0;
 }
 
-void unmake_null_move(Position& pos) {
-    BoardHistory& h = *pos.owner;
-    h.history_count--;
-    h.ply--;
-    const HistoryEntry& entry = h.history[h.history_count];
-    pos.ep_square = entry.ep_square;
-    pos.castling = entry.castling;
-    pos.fifty_count = entry.fifty_count;
-    pos.hash_key = entry.hash_key;
-    pos.side_to_move ^= 1;
-    h.last_move = uint16_t(previous_move(h));
-}
+void unmake_null_move(Position& pos) { pop_history(pos); }
 
 bool is_legal(const Position& pos, int side, Move move) {
     if (move == 0) return false;
