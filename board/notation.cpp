@@ -5,8 +5,8 @@
 #include "board/attacks.h"
 #include "board/make_move.h"
 #include "board/movegen.h"
-#include "shell/core/output.h"
-#include "shell/core/shell_state.h"
+#include "core/output.h"
+#include "core/shell_state.h"
 
 const char square_names[64][3] = {
     "a1", "b1", "c1", "d1", "e1", "f1", "g1", "h1", "a2", "b2", "c2", "d2", "e2", "f2", "g2", "h2",

@@ -2,7 +2,7 @@
 
 #include "board/make_move.h"
 #include "board/movegen.h"
-#include "shell/core/output.h"
+#include "core/output.h"
 
 uint64_t perft(Position& pos, int side, int depth) {
     if (depth <= 0) return 0;

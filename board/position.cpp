@@ -3,7 +3,7 @@
 #include <bit>
 #include <cstring>
 
-#include "shell/core/output.h"
+#include "core/output.h"
 
 uint64_t zobrist_piece[16][64];
 uint64_t zobrist_extra[66];

@@ -20,8 +20,8 @@
 #include "search/threads.h"
 #include "search/time_manager.h"
 #include "search/transposition_table.h"
-#include "shell/core/output.h"
-#include "shell/core/shell_state.h"
+#include "core/output.h"
+#include "core/shell_state.h"
 #include "tablebase/probe.h"
 
 std::atomic<int> last_change_depth{0};

@@ -7,7 +7,7 @@
 #include "search/move_picker.h"
 #include "search/search.h"
 #include "search/thread_data.h"
-#include "shell/core/shell_state.h"
+#include "core/shell_state.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "eval/engine_params.h"
-#include "shell/core/output.h"
+#include "core/output.h"
 
 void build_lmr_table(EngineParams& p) {
     double scale = std::sqrt(double(p.LMR_strength > 0 ? p.LMR_strength : 0)) * 0.1 * 0.55;

@@ -15,8 +15,8 @@
 #include "search/move_picker.h"
 #include "search/thread_data.h"
 #include "search/transposition_table.h"
-#include "shell/core/output.h"
-#include "shell/core/shell_state.h"
+#include "core/output.h"
+#include "core/shell_state.h"
 #include "tablebase/probe.h"
 
 uint64_t tag_key = 0;

@@ -14,7 +14,7 @@
 #include "search/thread_data.h"
 #include "search/time_manager.h"
 #include "search/transposition_table.h"
-#include "shell/core/shell_state.h"
+#include "core/shell_state.h"
 
 std::mutex result_lock;
 std::mutex output_lock;

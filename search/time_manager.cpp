@@ -11,8 +11,8 @@
 #include "search/search_result.h"
 #include "search/thread_data.h"
 #include "search/threads.h"
-#include "shell/core/output.h"
-#include "shell/core/shell_state.h"
+#include "core/output.h"
+#include "core/shell_state.h"
 
 SearchLimits limits;
 double elapsed = 0.0;

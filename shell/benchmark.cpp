@@ -12,8 +12,8 @@
 #include "search/threads.h"
 #include "search/time_manager.h"
 #include "search/transposition_table.h"
-#include "shell/core/output.h"
-#include "shell/core/shell_state.h"
+#include "core/output.h"
+#include "core/shell_state.h"
 #include "shell/read_command.h"
 
 const char* const bench_positions[kBenchPositionCount] = {

@@ -22,8 +22,8 @@
 #include "search/transposition_table.h"
 #include "shell/console_editor.h"
 #include "shell/console_game_files.h"
-#include "shell/core/output.h"
-#include "shell/core/shell_state.h"
+#include "core/output.h"
+#include "core/shell_state.h"
 #include "shell/game_position.h"
 #include "shell/words.h"
 

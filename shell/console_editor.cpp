@@ -4,7 +4,7 @@
 
 #include "board/position.h"
 #include "shell/console_commands.h"
-#include "shell/core/output.h"
+#include "core/output.h"
 #include "shell/game_position.h"
 #include "shell/input_reader.h"
 #include "shell/words.h"

@@ -10,7 +10,7 @@
 #include "search/search_limits.h"
 #include "search/transposition_table.h"
 #include "shell/console_commands.h"
-#include "shell/core/output.h"
+#include "core/output.h"
 #include "shell/game_position.h"
 #include "shell/line_file.h"
 

@@ -7,7 +7,7 @@
 #include "board/make_move.h"
 #include "board/movegen.h"
 #include "search/threads.h"
-#include "shell/core/shell_state.h"
+#include "core/shell_state.h"
 
 void set_game_fen(const char* fen) {
     ThreadData& block = game_block();

@@ -1,7 +1,7 @@
 #include "shell/read_command.h"
 
 #include "shell/console_commands.h"
-#include "shell/core/shell_state.h"
+#include "core/shell_state.h"
 #include "shell/input_reader.h"
 #include "shell/uci.h"
 #include "shell/words.h"

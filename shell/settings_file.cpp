@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "eval/engine_params.h"
-#include "shell/core/output.h"
+#include "core/output.h"
 #include "shell/line_file.h"
 #include "shell/play_settings.h"
 #include "shell/words.h"

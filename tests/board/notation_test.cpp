@@ -5,7 +5,7 @@
 
 #include "board/make_move.h"
 #include "board/notation.h"
-#include "shell/core/shell_state.h"
+#include "core/shell_state.h"
 #include "tests/board/board_fixture.h"
 
 namespace {

@@ -20,7 +20,7 @@
 #include "search/threads.h"
 #include "search/time_manager.h"
 #include "search/transposition_table.h"
-#include "shell/core/shell_state.h"
+#include "core/shell_state.h"
 
 inline void engine_up(int worker_count) {
     static bool tables_built = false;

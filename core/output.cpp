@@ -1,10 +1,10 @@
-#include "shell/core/output.h"
+#include "core/output.h"
 
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 
-#include "shell/core/shell_state.h"
+#include "core/shell_state.h"
 
 // Workers print progress lines while the main thread answers commands; holding
 // the stream's lock for the text, its newline and the flush keeps lines whole.
