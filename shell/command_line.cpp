@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "shell/words.h"
+#include "core/words.h"
 
 static double clamp_seconds(double seconds) {
     if (!(seconds >= 0.0)) return 0.0;

@@ -25,7 +25,7 @@
 #include "core/output.h"
 #include "core/shell_state.h"
 #include "shell/game_position.h"
-#include "shell/words.h"
+#include "core/words.h"
 
 ConsoleSettings console_settings;
 

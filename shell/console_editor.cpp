@@ -7,7 +7,7 @@
 #include "core/output.h"
 #include "shell/game_position.h"
 #include "shell/input_reader.h"
-#include "shell/words.h"
+#include "core/words.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include "shell/console_commands.h"
 #include "core/output.h"
 #include "shell/game_position.h"
-#include "shell/line_file.h"
+#include "core/line_file.h"
 
 namespace {
 

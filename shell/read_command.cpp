@@ -4,7 +4,7 @@
 #include "core/shell_state.h"
 #include "shell/input_reader.h"
 #include "shell/uci.h"
-#include "shell/words.h"
+#include "core/words.h"
 
 #include <cstring>
 

@@ -5,9 +5,9 @@
 
 #include "eval/engine_params.h"
 #include "core/output.h"
-#include "shell/line_file.h"
+#include "core/line_file.h"
 #include "shell/play_settings.h"
-#include "shell/words.h"
+#include "core/words.h"
 #include "tablebase/probe.h"
 
 namespace {

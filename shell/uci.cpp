@@ -11,7 +11,7 @@
 #include "shell/game_position.h"
 #include "shell/input_reader.h"
 #include "shell/main_loop.h"
-#include "shell/words.h"
+#include "core/words.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include "shell/game_position.h"
 #include "shell/play_settings.h"
 #include "shell/uci.h"
-#include "shell/words.h"
+#include "core/words.h"
 #include "tablebase/probe.h"
 
 void print_uci_identification() {

@@ -1,4 +1,4 @@
-#include "shell/words.h"
+#include "core/words.h"
 
 #include <cerrno>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "shell/words.h"
+#include "core/words.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "shell/line_file.h"
+#include "core/line_file.h"
 
 #include <cstring>
 
