@@ -4,6 +4,7 @@
 // kGameHistoryLimit, and only legal moves of the side to move are played.
 
 #include "board/position.h"
+#include "board/searchable.h"
 #include "board/types.h"
 #include "search/thread_data.h"
 
@@ -34,10 +35,6 @@ bool compact_game_history();
 // The move taken back last that "]" would replay (a legal move of the side to
 // move stored at history_count), or 0.
 Move replayable_move();
-
-// Why a search of the position would be unsound (missing or extra kings, the
-// side not to move in check, pawns on the first or last rank), or nullptr.
-const char* unsearchable_reason(const Position& pos);
 
 // Reads a move word in coordinate notation ("e2e4", "e7e8q") as the 16-bit
 // move code, without consulting the position. Returns 0 for a malformed word.
