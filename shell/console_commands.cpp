@@ -26,6 +26,7 @@
 #include "core/shell_state.h"
 #include "shell/game_position.h"
 #include "core/words.h"
+#include "tools/tuner.h"
 
 ConsoleSettings console_settings;
 
@@ -178,6 +179,18 @@ void print_principal_variation() {
     next.move = taken_back;
 }
 
+// The line search runs the EPD runner, which sets up its records in the game
+// block; the game a person was looking at comes back afterwards.
+void tune_keeping_game(const char* name) {
+    abandon_search_and_wait();
+    ThreadData& block = game_block();
+    const BoardHistory saved_history = block;
+    const Position saved_position = block.pos;
+    tune_parameter(name);
+    static_cast<BoardHistory&>(block) = saved_history;
+    block.pos = saved_position;
+}
+
 void start_analysis(const char* depth_text) {
     limits.time_mode = 1;
     limits.move_time = 99999.0;
@@ -267,8 +280,10 @@ void execute_console_command(const char* line) {
         save_game();
     } else if (is("edit")) {
         edit_position();
-    } else if (is("trace") || is("book") || is("mkbook") || is("tune")) {
+    } else if (is("trace") || is("book") || is("mkbook")) {
         send_linef("%s is not available in this build", words[0]);
+    } else if (is("tune")) {
+        if (words[1][0]) tune_keeping_game(words[1]);
     } else if (is("move")) {
         play_typed_move(words[1]);
     } else {

@@ -26,3 +26,9 @@ void read_command() {
     else
         execute_console_command(command);
 }
+
+void read_command_for_tool() {
+    fill_queue(console_input);
+    if (input_exhausted(console_input)) return;
+    read_command();
+}

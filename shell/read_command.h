@@ -6,3 +6,8 @@
 // commands. Returns at once when no complete line is waiting. When standard
 // input has ended and every line is done, asks for shutdown as "quit" does.
 void read_command();
+
+// read_command for a tool run (the EPD runner, the tuner): the end of the
+// input only means nobody is typing, so unlike read_command it is no quit
+// request there.
+void read_command_for_tool();

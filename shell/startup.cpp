@@ -18,8 +18,12 @@
 #include "core/shell_state.h"
 #include "shell/main_loop.h"
 #include "shell/play_settings.h"
+#include "shell/read_command.h"
 #include "shell/settings_file.h"
 #include "tablebase/probe.h"
+#include "tools/epd_runner.h"
+#include "tools/tool_hooks.h"
+#include "tools/tuner.h"
 
 namespace {
 
@@ -80,7 +84,7 @@ CommandLine command_line_defaults() {
 void run_mode(RunMode mode, const CommandLine& line) {
     switch (mode) {
         case RunMode::epd_runner:
-            send_line("the EPD test runner is not available in this build");
+            run_epd(0);
             break;
         case RunMode::pgn_scanner:
             send_line("the PGN scanner is not available in this build");
@@ -94,7 +98,7 @@ void run_mode(RunMode mode, const CommandLine& line) {
             break;
         case RunMode::tuner:
             shell.noise = 1000.0;
-            send_line("the tuner is not available in this build");
+            run_tuning_pass();
             break;
         case RunMode::normal_play:
             run_normal_play();
@@ -138,6 +142,7 @@ int run_engine(int argc, const char* const* argv) {
     // Linux needs no timer-resolution request: a plain 5 ms sleep serves.
     init_lmr_tables();
 
+    tool_hooks.serve_input = read_command_for_tool;
     run_mode(choose_run_mode(line), line);
     shut_down();
     return 0;

@@ -1,0 +1,232 @@
+// The EPD runner against independent truth: the prediction error recomputed
+// here from `evaluate` and the logistic formula, the records a selector
+// takes, the best-move rule, and files that are missing, empty or garbage.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "board/make_move.h"
+#include "tests/search/search_fixture.h"
+#include "tools/epd_runner.h"
+
+namespace {
+
+class EpdRunner : public ::testing::Test {
+protected:
+    void SetUp() override {
+        engine_up(1);
+        char pattern[] = "/tmp/vorn-epd-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        directory_ = pattern;
+        ASSERT_NE(getcwd(home_, sizeof home_), nullptr);
+        ASSERT_EQ(chdir(directory_.c_str()), 0);  // "unsolved.epd" is written here
+        std::snprintf(shell.epd_file, sizeof shell.epd_file, "test.epd");
+        shell.quit_requested = 0;
+    }
+    void TearDown() override {
+        ASSERT_EQ(chdir(home_), 0);
+        (void)!std::system(("rm -rf '" + directory_ + "'").c_str());
+        shell.noise = 9999.0;
+    }
+
+    static void write_epd(const std::string& text) {
+        std::FILE* f = std::fopen("test.epd", "w");
+        ASSERT_NE(f, nullptr);
+        std::fputs(text.c_str(), f);
+        std::fclose(f);
+    }
+
+    // The run's totals and everything it printed on standard output.
+    static EpdRunTotals run(uint32_t selector, int depth, std::string* printed = nullptr) {
+        limits.max_depth = static_cast<uint8_t>(depth);
+        std::fflush(stdout);
+        const int saved = dup(1);
+        std::FILE* capture = std::tmpfile();
+        dup2(fileno(capture), 1);
+        EpdRunTotals totals = run_epd_totals(selector);
+        std::fflush(stdout);
+        dup2(saved, 1);
+        close(saved);
+        if (printed) {
+            printed->clear();
+            std::rewind(capture);
+            char buffer[4096];
+            for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, capture)) > 0;)
+                printed->append(buffer, n);
+        }
+        std::fclose(capture);
+        return totals;
+    }
+
+    std::string directory_;
+    char home_[4096] = {};
+};
+
+double logistic(double score) { return 1.0 / (1.0 + std::pow(10.0, -1.25 * score / 400.0)); }
+
+// The static evaluation of a record's position, from the side to move.
+int static_score(const char* record) {
+    static auto state = std::make_unique<EvalThreadState>();
+    clear_eval_state(*state);
+    Position pos;
+    BoardHistory history;
+    pos.owner = &history;
+    parse_fen(pos, record);
+    EvalStackOutput out{};
+    const bool checked = in_check(pos, pos.side_to_move);
+    return evaluate(pos, *state, out, 1, checked);
+}
+
+// Quiet middlegame positions, one for each side to move.
+constexpr const char* kWhiteToMove = "r1bqkb1r/pppp1ppp/2n2n2/4p3/2B1P3/5N2/PPPP1PPP/RNBQK2R w KQkq -";
+constexpr const char* kBlackToMove = "r1bqkb1r/pppp1ppp/2n2n2/4p3/2B1P3/5N2/PPPP1PPP/RNBQK2R b KQkq -";
+
+struct ScoredCase {
+    std::string record;
+    double result;  // from the side to move's view; < 0: the record must not count
+    int prior;      // the "ce" the record should be read with
+};
+
+std::vector<ScoredCase> scored_cases() {
+    const std::string w = kWhiteToMove, b = kBlackToMove;
+    return {
+        {w + " c9 \"1/2-1/2\";", 0.5, 0},
+        {b + " c9 \"0-1\";", 1.0, 0},                       // Black won: 1 for the side to move
+        {b + " ce -150; c9 \"1-0\";", 0.0, -150},
+        {b + " ce 150; c9 \"1-0\";", 0.0, 150},             // the prior contradicts the result
+        {w + " ce 240; c9 \"1-0\"; id \"x\";", 1.0, 240},
+        {w + " ce 1200; c9 \"1-0\";", -1, 0},               // clamped to 950, beyond 700: left out
+        {w + " ce -300; c9 \"1-0\";", -1, 0},               // the prior contradicts the result
+        {w + " 1-0", 1.0, 0},                               // old-style result after the side field
+        {b + " 1/2", 0.5, 0},
+        {w + " 1-0 c9 \"0-1\";", 0.0, 0},                   // c9 before the old style
+        {w + " c9 \"*\";", -1, 0},
+        {w + " id \"no result\";", -1, 0},
+        {"4k3/8/8/8/8/8/8/r3K3 w - - c9 \"1/2-1/2\";", -1, 0},  // in check: -10000, left out
+    };
+}
+
+TEST_F(EpdRunner, PredictionErrorMatchesTheLogisticOfTheStaticEvaluation) {
+    std::string all;
+    double sum = 0.0;
+    int counted = 0;
+    for (const ScoredCase& c : scored_cases()) {
+        SCOPED_TRACE(c.record);
+        write_epd(c.record + "\n");
+        all += c.record + "\n";
+        EpdRunTotals totals = run(kEpdQuiet, 0);
+        ASSERT_EQ(totals.positions, 1);
+        const double p_prior = logistic(c.prior);
+        if (c.result < 0 || std::fabs(p_prior - c.result) > 0.5) {
+            EXPECT_EQ(totals.error_count, 0);
+            continue;
+        }
+        const double target = 0.9 * c.result + 0.1 * p_prior;
+        const double expected = std::fabs(logistic(static_score(c.record.c_str())) - target);
+        EXPECT_EQ(totals.error_count, 1);
+        EXPECT_NEAR(totals.error_sum, expected, 1e-12);
+        sum += expected;
+        ++counted;
+    }
+    write_epd(all);
+    EXPECT_NEAR(run_epd(kEpdQuiet), sum / counted, 1e-12);
+}
+
+TEST_F(EpdRunner, OnlyTheSingleBestMoveCountsAsSolved) {
+    // The knight takes a loose queen; a depth-2 search cannot miss it.
+    const std::string fen = "4k3/8/8/8/3q4/8/4N3/4K3 w - -";
+    const struct {
+        const char* operations;
+        int correct;
+    } cases[] = {
+        {"bm Nxd4;", 1},     {"bm Nxd4+; id \"check mark\";", 1},
+        {"bm Nxd4 Nc3;", 0}, {"bm Nf3 Nc3;", 0},
+        {"bm Ke2;", 0},      {"am Nxd4;", 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.operations);
+        write_epd(fen + " " + c.operations + "\n");
+        EpdRunTotals totals = run(kEpdQuiet, 2);
+        EXPECT_EQ(totals.positions, 1);
+        EXPECT_EQ(totals.correct, c.correct);
+    }
+}
+
+TEST_F(EpdRunner, SelectorSamplesEverySixteenthUsableRecordAndQuietsTheRun) {
+    std::string text = "# a comment\n";
+    for (int i = 1; i <= 50; ++i) {
+        text += std::string(kWhiteToMove) + " id \"r" + std::to_string(i) + "\";\n";
+        if (i % 7 == 0) text += "; between records\n short\n\n x\n";
+    }
+    write_epd(text);
+
+    std::string printed;
+    shell.noise = 9999.0;
+    EXPECT_EQ(run(kEpdQuiet, 0, &printed).positions, 50);
+    EXPECT_EQ(printed, "");
+
+    shell.noise = 0.0;
+    EXPECT_EQ(run(3, 0, &printed).positions, 3);
+    std::vector<std::string> ids;
+    for (std::size_t at = 0; (at = printed.find("id \"r", at)) != std::string::npos; at += 5)
+        ids.push_back(printed.substr(at + 5, printed.find('"', at + 5) - at - 5));
+    EXPECT_EQ(ids, (std::vector<std::string>{"13", "29", "45"}));
+    EXPECT_EQ(printed.find("Analyzing"), std::string::npos);
+    EXPECT_EQ(printed.find("correct best moves"), std::string::npos);
+
+    shell.noise = 9999.0;
+    run(0, 0, &printed);
+    EXPECT_NE(printed.find("Analyzing test.epd..."), std::string::npos);
+    EXPECT_NE(printed.find("0 / 50 correct best moves\n"), std::string::npos);
+    EXPECT_NE(printed.find("xcnt= 0\n\n"), std::string::npos);
+}
+
+TEST_F(EpdRunner, MissingFilesRunNothing) {
+    EXPECT_EQ(run_epd(kEpdQuiet), 1.0);  // no test.epd
+    write_epd(std::string(kWhiteToMove) + " bm Nc3;\n");
+    ASSERT_EQ(mkdir("unsolved.epd", 0700), 0);  // cannot be created as a file
+    limits.max_depth = 1;
+    EXPECT_EQ(run_epd(kEpdQuiet), 1.0);
+    EXPECT_EQ(run(kEpdQuiet, 1).positions, 0);
+    limits.max_depth = 0;  // the tuner's depth does not write it
+    EXPECT_EQ(run(kEpdQuiet, 0).positions, 1);
+}
+
+TEST_F(EpdRunner, GarbageRecordsNeverCrash) {
+    std::string junk;
+    for (int i = 0; i < 600; ++i) junk += static_cast<char>((i * 37 + 11) % 255 + 1);
+    const std::string long_record =
+        std::string(kWhiteToMove) + " id \"" + std::string(300, 'x') + "\"; c9 \"1-0\";";
+    const std::string records[] = {
+        "",                                        // empty file
+        junk,
+        long_record,                               // cut at 254: one record, no result left
+        "rnbqkbnr/ppp w\n",
+        "8/8/8/8/8/8/8/8 w - - bm e4;\n",           // no kings
+        "KKKKKKKK/kkkkkkkk/8/8/8/8/8/8 b - -\n",
+        "4k3/8/8/8/8/8/8/4K2Q b - - bm Qh8;\n",      // the side not to move is in check
+        "QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/8/8/8/8/k6K w - - ce 99999999999;\n",
+        "P7/8/8/8/8/8/8/k6K w - - 1-0\n",
+        "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - bm " + std::string(200, 'N') + ";\n",
+    };
+    for (const std::string& record : records) {
+        write_epd(record);
+        for (int depth : {0, 1, 3}) {
+            EpdRunTotals totals = run(kEpdQuiet, depth);
+            EXPECT_TRUE(totals.files_opened);
+            EXPECT_EQ(totals.error_count, 0);
+        }
+    }
+    write_epd(long_record + "\n" + kWhiteToMove + " c9 \"1/2-1/2\";\n");
+    EXPECT_EQ(run(kEpdQuiet, 0).positions, 2);  // the rest of the long line is no record
+    EXPECT_EQ(run(kEpdQuiet, 0).error_count, 1);
+}
+
+}  // namespace

@@ -1,0 +1,234 @@
+#include "tools/epd_runner.h"
+
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include "board/notation.h"
+#include "board/position.h"
+#include "board/searchable.h"
+#include "core/line_file.h"
+#include "core/output.h"
+#include "core/shell_state.h"
+#include "core/words.h"
+#include "eval/engine_params.h"
+#include "eval/evaluate.h"
+#include "search/iterate.h"
+#include "search/reductions.h"
+#include "search/search_limits.h"
+#include "search/search_result.h"
+#include "search/thread_data.h"
+#include "search/threads.h"
+#include "search/time_manager.h"
+#include "search/transposition_table.h"
+#include "tools/tool_hooks.h"
+
+namespace {
+
+constexpr int kLineSize = 255;            // records of up to 254 characters
+constexpr int kShortestRecord = 9;        // shorter lines (without their line end) are skipped
+constexpr int kScoreLimit = 700;          // scores beyond this predict nothing useful
+constexpr int kPriorClamp = 950;
+constexpr double kNoResult = -2.0;
+constexpr double kResultWeight = 0.9;     // the rest of the target is the stored score's prediction
+constexpr double kInputNodes = 50000.0;   // nodes searched between two looks at the input
+constexpr int kThreadedDepth = 6;         // from this depth on the workers search
+
+// The expected score of the side to move, from a score in centipawns.
+double win_probability(int score) { return 1.0 / (std::pow(10.0, -1.25 * score / 400.0) + 1.0); }
+
+// The stored score "ce", clamped; 0 when the record has none.
+int stored_score(const char* line) {
+    const char* ce = find_after(line, " ce ");
+    return ce ? static_cast<int>(read_clamped(ce, -kPriorClamp, kPriorClamp)) : 0;
+}
+
+double result_in(const char* text, const char* draw) {
+    if (std::strstr(text, "1-0")) return 1.0;
+    if (std::strstr(text, "0-1")) return 0.0;
+    if (std::strstr(text, draw)) return 0.5;
+    return kNoResult;
+}
+
+// White's result from "c9", else from an old-style result text after the
+// side-to-move field; kNoResult when neither is there.
+double game_result(const char* line) {
+    if (const char* c9 = find_after(line, "c9 ")) return result_in(c9, "1/2-1/2");
+    const char* after_side = find_after(line, " w ");
+    if (!after_side) after_side = find_after(line, " b ");
+    return after_side ? result_in(after_side, "1/2") : kNoResult;
+}
+
+// The single move after "bm", or 0: a list of moves names no one move.
+Move expected_move(const Position& pos, const char* line) {
+    const char* bm = find_after(line, "bm ");
+    if (!bm) return kNoMove;
+    char text[kMoveTextSize + 1];
+    std::size_t n = 0;
+    while (*bm == ' ') ++bm;
+    while (bm[n] && bm[n] != ';' && n + 1 < sizeof text) {
+        text[n] = bm[n];
+        ++n;
+    }
+    while (n > 0 && text[n - 1] == ' ') --n;
+    text[n] = '\0';
+    Move move = kNoMove;
+    return parse_move(pos, text, &move) ? move : kNoMove;
+}
+
+bool usable_record(const char* line) {
+    return line[0] != ' ' && line[0] != '#' && line[0] != ';' &&
+           std::strlen(line) >= kShortestRecord;
+}
+
+// Parameters may have changed since the last run (the tuner changes them
+// between runs), and both evaluation caches hold scores made with the old ones.
+void forget_cached_evaluations(int last_block) {
+    for (int i = 1; i <= last_block; ++i)
+        if (thread_table[i]) clear_eval_state(thread_table[i]->eval);
+}
+
+// Runs the search on the game position; returns the elapsed seconds. The
+// input is served every kInputNodes nodes or so while this thread searches,
+// and all the time while the workers do.
+double search_record(double& nodes_since_input) {
+    read_clock(1);
+    prepare_search();
+    if (limits.max_depth < kThreadedDepth) {
+        iterative_deepening(1);
+        const double seconds = elapsed_now();
+        nodes_since_input += double(sum_node_counters(nullptr));
+        if (nodes_since_input > kInputNodes) {
+            check_time();
+            serve_tool_input();
+            nodes_since_input = 0.0;
+        }
+        return seconds;
+    }
+    start_workers();
+    while (count_searching()) {
+        check_time();
+        serve_tool_input();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return elapsed_now();
+}
+
+void print_summary(const EpdRunTotals& t, double average_error) {
+    const double positions = t.positions > 0 ? double(t.positions) : 0.0;
+    auto average = [positions](double sum) { return positions > 0 ? sum / positions : 0.0; };
+    send_linef("%d / %d correct best moves", t.correct, t.positions);
+    send_linef("total nodes= %0.0f", t.nodes);
+    send_linef("total time= %0.2f seconds", t.seconds);
+    send_linef("avg depth= %0.1f", average(t.depth_sum));
+    send_linef("avg nodes= %0.1f", average(t.nodes));
+    send_linef("node_rate= %0.0f", t.nodes / (t.seconds + 0.01));
+    send_linef("avg bf= %0.2f", average(t.branching_sum));
+    send_linef("avg error= %0.5f", average_error);
+    send_linef("xcnt= %d", t.error_count);
+    send_line("");
+}
+
+double average_error(const EpdRunTotals& t) {
+    if (!t.files_opened) return 1.0;
+    return t.error_count > 0 ? t.error_sum / t.error_count : 0.0;
+}
+
+// The runner is not re-entrant: a command served while it waits for the
+// workers could otherwise start another run over the same game position.
+bool run_active = false;
+
+}  // namespace
+
+EpdRunTotals run_epd_totals(uint32_t selector) {
+    EpdRunTotals totals;
+    ThreadData* game = thread_table[0];
+    ThreadData* first = thread_table[1];
+    if (run_active || !game || !first) return totals;
+
+    std::FILE* epd = std::fopen(shell.epd_file, "r");
+    if (!epd) return totals;
+    std::FILE* unsolved = nullptr;
+    if (limits.max_depth > 0 && !(unsolved = std::fopen("unsolved.epd", "w"))) {
+        std::fclose(epd);
+        return totals;
+    }
+    run_active = true;
+    totals.files_opened = true;
+    if (selector == 0) send_linef("Analyzing %s...", shell.epd_file);
+    if (limits.max_depth < 2) hash_mode = 0;
+    init_eval_tables();
+    init_lmr_tables();
+    forget_cached_evaluations(limits.max_depth < kThreadedDepth ? 1 : threads);
+
+    const bool silent = shell.noise >= 9999.0;
+    const uint32_t sample_offset = selector & kEpdSampleBits;
+    uint32_t sample_counter = sample_offset;
+    double nodes_since_input = 0.0;
+    char line[kLineSize];
+    while (!shell.quit_requested && read_line(epd, line, sizeof line)) {
+        if (!usable_record(line)) continue;
+        ++sample_counter;
+        if (sample_offset != 0 && sample_counter % 16 != 0) continue;
+
+        ++totals.positions;
+        Position& pos = game->pos;
+        parse_fen(pos, line);
+        game->last_move = 0;
+        const Move expected = limits.max_depth > 0 ? expected_move(pos, line) : kNoMove;
+        if (limits.max_depth > 1) tt_clear();
+        if (!silent) {
+            send_linef("pos= %d", totals.positions);
+            send_line(line);
+            print_board(pos);
+        }
+        const int prior = stored_score(line);
+        double result = game_result(line);
+        if (const char* reason = unsearchable_reason(pos)) {
+            if (!silent) send_linef("not searching: %s", reason);
+            continue;
+        }
+
+        const double seconds = search_record(nodes_since_input);
+        sum_counters();
+        const SearchResult& found = search_result;
+        const int score = limits.max_depth < 1 ? first->root_score.load() : found.score;
+        const int static_eval = first->stack[1].static_eval;
+        totals.seconds += seconds;
+        totals.nodes += double(found.nodes);
+        totals.depth_sum += found.depth;
+        totals.branching_sum += effective_branching_factor();
+        if (expected != kNoMove && found.best_move == expected) ++totals.correct;
+
+        if (!silent) {
+            print_search_line(1, 0, found.depth, found.score, found.pv);
+            char move[kMoveTextSize];
+            send_linef("move= %s, time= %0.3f, score= %d, nodes= %0.0f, %0.0fK nps\n",
+                       move_to_text(found.best_move, move), seconds, score, double(found.nodes),
+                       double(found.nodes) / (seconds + 0.001) / 1000.0);
+        }
+
+        // Prediction error: quiet positions only (the search score is the
+        // static one), with a result and a stored score that agree with it.
+        if (result < 0.0 || result > 1.0 || std::abs(prior) > kScoreLimit ||
+            std::abs(score) > kScoreLimit || score != static_eval)
+            continue;
+        if (pos.side_to_move == kBlack) result = 1.0 - result;
+        const double prior_probability = win_probability(prior);
+        if (std::fabs(prior_probability - result) > 0.5) continue;
+        const double target = kResultWeight * result + (1.0 - kResultWeight) * prior_probability;
+        ++totals.error_count;
+        totals.error_sum += std::fabs(win_probability(score) - target);
+    }
+
+    if (selector == 0) print_summary(totals, average_error(totals));
+    std::fclose(epd);
+    if (unsolved) std::fclose(unsolved);
+    run_active = false;
+    return totals;
+}
+
+double run_epd(uint32_t selector) { return average_error(run_epd_totals(selector)); }

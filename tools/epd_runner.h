@@ -1,0 +1,34 @@
+#pragma once
+// The EPD test runner: searches every record of the EPD file named in
+// shell.epd_file with the shell's limits, counts the best moves found, and
+// measures how well the engine's scores predict the records' results (the
+// error the tuner minimises).
+
+#include <cstdint>
+
+// Selector bits: any non-zero selector makes a run quiet (no "Analyzing"
+// line, no summary); non-zero low 16 bits take every sixteenth usable record,
+// starting at an offset those bits choose.
+constexpr uint32_t kEpdQuiet = 0x10000000;
+constexpr uint32_t kEpdSampleBits = 0xFFFF;
+
+struct EpdRunTotals {
+    bool files_opened = false;  // false: nothing ran
+    int positions = 0;          // records taken
+    int correct = 0;            // searches that found the single "bm" move
+    int error_count = 0;        // records counted for the prediction error
+    double error_sum = 0.0;
+    double nodes = 0.0;
+    double seconds = 0.0;
+    double depth_sum = 0.0;
+    double branching_sum = 0.0;
+};
+
+// One run over the file. With max_depth 0 only the root is evaluated; below
+// 6 the search runs on this thread, from 6 on the workers search while this
+// thread polls the clock and the shell's input.
+EpdRunTotals run_epd_totals(uint32_t selector);
+
+// The run's average prediction error: 1.0 when the EPD file (or, with a
+// search depth, "unsolved.epd") cannot be opened, 0 when no record counted.
+double run_epd(uint32_t selector);
