@@ -70,19 +70,32 @@ void clear_position(Position& pos) {
 void compute_keys(Position& pos) {
     pos.hash_key = 0;
     pos.pawn_key = 0;
-    for (int sq = 0; sq < 64; sq++) {
-        int code = pos.board[sq];
-        if (code) toggle_key(pos, code, sq);
+    // Only the occupied squares: a sparse board (an endgame) costs little.
+    for (Bitboard occupied = pos.pieces[kWhite][0] | pos.pieces[kBlack][0]; occupied;
+         occupied &= occupied - 1) {
+        const int sq = std::countr_zero(occupied);
+        toggle_key(pos, pos.board[sq], sq);
     }
 }
 
 namespace {
 
 int piece_from_letter(char c) {
-    static constexpr char kLetters[] = "PNBRQKpnbrqk";
-    for (int i = 0; i < 12; i++)
-        if (kLetters[i] == c) return piece_code(i / 6, i % 6 + 1);
-    return 0;
+    switch (c) {
+        case 'P': return piece_code(kWhite, kPawn);
+        case 'N': return piece_code(kWhite, kKnight);
+        case 'B': return piece_code(kWhite, kBishop);
+        case 'R': return piece_code(kWhite, kRook);
+        case 'Q': return piece_code(kWhite, kQueen);
+        case 'K': return piece_code(kWhite, kKing);
+        case 'p': return piece_code(kBlack, kPawn);
+        case 'n': return piece_code(kBlack, kKnight);
+        case 'b': return piece_code(kBlack, kBishop);
+        case 'r': return piece_code(kBlack, kRook);
+        case 'q': return piece_code(kBlack, kQueen);
+        case 'k': return piece_code(kBlack, kKing);
+        default: return 0;
+    }
 }
 
 // An en-passant square is kept only where a pawn of the other side has just

@@ -324,17 +324,11 @@ void iterative_deepening(int thread_index) {
     const int side = pos.side_to_move;
     const bool first = is_first_worker(thread_index);
 
-    // 1. Fresh ordering memories for this search.
+    // 1. The root's stack entry (the ordering memories follow below, once
+    // it is clear that there will be a search: the tuner's depth-0 runs
+    // evaluate one root after another and need none of them).
     td.ply = 1;
     td.root_pv[1] = 0;
-    for (SearchStackEntry& s : td.stack) {
-        s.hash_move = 0;
-        s.killer_null = s.killer1 = s.killer2 = s.killer_evasion = 0;
-        s.current = nullptr;
-    }
-    for (auto& row : td.history_table)
-        for (int16_t& h : row) h = 2048;
-    std::memset(td.counter_moves, 0, sizeof td.counter_moves);
     SearchStackEntry& root = td.stack[1];
     td.stack[0].move_list = td.move_buffer;
     root.move_list = td.move_buffer;
@@ -355,6 +349,16 @@ void iterative_deepening(int thread_index) {
         td.eval.searching = false;
         return;
     }
+
+    // Fresh ordering memories for this search.
+    for (SearchStackEntry& s : td.stack) {
+        s.hash_move = 0;
+        s.killer_null = s.killer1 = s.killer2 = s.killer_evasion = 0;
+        s.current = nullptr;
+    }
+    for (auto& row : td.history_table)
+        for (int16_t& h : row) h = 2048;
+    std::memset(td.counter_moves, 0, sizeof td.counter_moves);
 
     // 4. No legal move at the root.
     if (game_end_state(pos, root_in_check) != 0) {

@@ -81,7 +81,7 @@ Move expected_move(const Position& pos, const char* line) {
 
 bool usable_record(const char* line) {
     return line[0] != ' ' && line[0] != '#' && line[0] != ';' &&
-           std::strlen(line) >= kShortestRecord;
+           !std::memchr(line, '\0', kShortestRecord);  // the buffer is longer than this
 }
 
 // Parameters may have changed since the last run (the tuner changes them
