@@ -157,6 +157,13 @@ TEST_F(EpdRunner, OnlyTheSingleBestMoveCountsAsSolved) {
         EXPECT_EQ(totals.positions, 1);
         EXPECT_EQ(totals.correct, c.correct);
     }
+    // From depth 6 on the workers search while this thread waits for them.
+    engine_up(2);
+    write_epd(fen + " bm Nxd4;\n" + fen + " bm Nc3;\n");
+    EpdRunTotals totals = run(0, 6);
+    EXPECT_EQ(totals.correct, 1);
+    EXPECT_EQ(totals.depth_sum, 12);
+    EXPECT_EQ(std::system("test -f unsolved.epd && ! test -s unsolved.epd"), 0);
 }
 
 TEST_F(EpdRunner, SelectorSamplesEverySixteenthUsableRecordAndQuietsTheRun) {
