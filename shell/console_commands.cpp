@@ -9,6 +9,8 @@
 #include "board/make_move.h"
 #include "board/notation.h"
 #include "board/perft.h"
+#include "book/book_builder.h"
+#include "book/book_probe.h"
 #include "eval/engine_params.h"
 #include "eval/eval_trace.h"
 #include "eval/param_report.h"
@@ -267,7 +269,14 @@ void execute_console_command(const char* line) {
         save_game();
     } else if (is("edit")) {
         edit_position();
-    } else if (is("trace") || is("book") || is("mkbook") || is("tune")) {
+    } else if (is("book")) {
+        abandon_search_and_wait();
+        book_probe(game_position(), true);
+        send_line("");
+    } else if (is("mkbook")) {
+        abandon_search_and_wait();
+        if (build_book()) set_game_fen(kStartFen);
+    } else if (is("trace") || is("tune")) {
         send_linef("%s is not available in this build", words[0]);
     } else if (is("move")) {
         play_typed_move(words[1]);
