@@ -30,12 +30,6 @@ std::string repeat(int times, const std::string& game) {
 
 class BookBuilding : public BookTest {
 protected:
-    void TearDown() override {
-        close_book();
-        book_settings = BookSettings{};
-        BookTest::TearDown();
-    }
-
     // Builds from the games and checks what every book must satisfy: keys
     // strictly descending, no all-zero key, no record of 8 games or fewer.
     std::string build(const std::string& games) {

@@ -19,7 +19,9 @@
 #include "board/notation.h"
 #include "board/position.h"
 #include "book/book_entry.h"
+#include "book/book_index.h"
 #include "book/book_key.h"
+#include "book/book_settings.h"
 
 inline constexpr const char* kStartFen = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
 
@@ -48,7 +50,8 @@ struct Game {
     BookKey key() const { return compute_book_key(pos); }
 };
 
-// Test suites run in a fresh directory of their own, removed at the end.
+// Each test runs in a fresh directory of its own, removed at the end, and
+// leaves no book loaded and the book settings at their defaults.
 class BookTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
@@ -63,6 +66,8 @@ protected:
         ASSERT_EQ(chdir(pattern), 0);
     }
     void TearDown() override {
+        close_book();
+        book_settings = BookSettings{};
         EXPECT_EQ(chdir(previous_), 0);
         (void)!std::system(("rm -rf '" + directory_ + "'").c_str());
     }

@@ -18,12 +18,6 @@ namespace {
 
 class BookProbe : public BookTest {
 protected:
-    void TearDown() override {
-        close_book();
-        book_settings = BookSettings{};
-        BookTest::TearDown();
-    }
-
     // Writes the records as the book file and loads it.
     static void use_book(const std::vector<BookEntry>& records, int variety = 1) {
         write_book("test.opn", records);

@@ -64,14 +64,7 @@ std::map<Identity, Seen> count_positions(const std::string& path, int* cut_games
     return seen;
 }
 
-class EightMoves : public BookTest {
-protected:
-    void TearDown() override {
-        close_book();
-        book_settings = BookSettings{};
-        BookTest::TearDown();
-    }
-};
+using EightMoves = BookTest;
 
 TEST_F(EightMoves, BookHoldsExactlyThePositionsOfMoreThanEightGames) {
     if (!std::ifstream(kGames).good()) GTEST_SKIP() << kGames << " is not there";
