@@ -108,6 +108,23 @@ inline std::vector<BookEntry> read_book(const std::string& name) {
     return records;
 }
 
+// Reads a book that "mkbook" wrote, checking what every such book satisfies:
+// whole records, keys strictly descending, no all-zero key, no record of 8
+// games or fewer.
+inline std::vector<BookEntry> read_built_book(const std::string& name) {
+    EXPECT_EQ(read_bytes(name).size() % kBookEntrySize, 0u);
+    std::vector<BookEntry> records = read_book(name);
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        const BookEntry& e = records[i];
+        EXPECT_FALSE(e.key16 == 0 && e.key32 == 0);
+        EXPECT_GT(e.stm_wins + e.stm_losses + e.draws, 8);
+        if (i > 0) {
+            EXPECT_LT(compare_book_keys(records[i - 1], e), 0) << "record " << i;
+        }
+    }
+    return records;
+}
+
 inline BookEntry record_of(const BookKey& key, uint16_t wins, uint16_t losses, uint16_t draws) {
     return BookEntry{key.key16, key.key32, wins, losses, draws};
 }

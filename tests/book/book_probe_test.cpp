@@ -35,12 +35,11 @@ protected:
         Game game(played);
         char before[kFenBufferSize], after[kFenBufferSize];
         position_to_fen(game.pos, before);
-        const uint64_t key = game.pos.hash_key;
+        const int plies = game.history->history_count;
         const Move move = book_probe(game.pos, verbose);
         position_to_fen(game.pos, after);
         EXPECT_STREQ(before, after);
-        EXPECT_EQ(game.pos.hash_key, key);
-        EXPECT_EQ(game.history->history_count, Game(played).history->history_count);
+        EXPECT_EQ(game.history->history_count, plies);
         char text[kMoveTextSize];
         return move ? move_to_text(move, text) : "";
     }
@@ -95,13 +94,9 @@ TEST_F(BookProbe, TiesGoToTheFirstMoveInGenerationOrder) {
     Game start;
     MoveEntry list[kMaxMoves];
     generate_all(start.pos, list);
-    std::string first;
-    char text[kMoveTextSize];
-    for (const MoveEntry* m = list; first.empty(); ++m) {
-        move_to_text(m->move, text);
-        if (!std::strcmp(text, "e2e4") || !std::strcmp(text, "d2d4")) first = text;
-    }
-    EXPECT_EQ(probe(""), first);
+    const MoveEntry* m = list;
+    while (m->move != encode_move(12, 28) && m->move != encode_move(11, 27)) ++m;
+    EXPECT_EQ(probe(""), m->move == encode_move(12, 28) ? "e2e4" : "d2d4");
 }
 
 TEST_F(BookProbe, VarietySpreadsTheChoiceAndTheListingShowsEveryFoundMove) {
@@ -123,41 +118,36 @@ TEST_F(BookProbe, VarietySpreadsTheChoiceAndTheListingShowsEveryFoundMove) {
 }
 
 // Every record of a large book is found through the index and the window,
-// whatever the order of the lookups; keys not in it are not. One key16 holds
-// many records, and one block more records than a window takes.
+// in file order and shuffled; keys not in it are not. One key16 holds many
+// records: 0x433F, the top of its block, so a window read for the blocks above
+// ends on its first record. One block holds more records than a window takes.
 TEST_F(BookProbe, LookupFindsEveryRecordThroughTheWindow) {
     std::mt19937 random(12345);
-    std::vector<BookEntry> records;
     std::set<std::pair<uint16_t, uint32_t>> keys;
-    auto add = [&](uint16_t key16, uint32_t key32) {
-        if (keys.insert({key16, key32}).second)
-            records.push_back(BookEntry{key16, key32, uint16_t(key32), uint16_t(key16), uint16_t(records.size())});
-    };
-    for (int i = 0; i < 6000; ++i) add(uint16_t(random()), uint32_t(random()));
-    for (int i = 0; i < 300; ++i) add(0x4321, uint32_t(random()));               // one crowded key16
-    for (int i = 0; i < 2100; ++i) add(uint16_t(0x1000 + i % 64), uint32_t(random()));  // one overfull block
+    auto add = [&](int key16, uint32_t key32) { keys.insert({uint16_t(key16), key32}); };
+    for (int i = 0; i < 6000; ++i) add(int(random() % 65536), uint32_t(random()));
+    for (int i = 0; i < 300; ++i) add(0x433F, uint32_t(random()));
+    for (int i = 0; i < 2100; ++i) add(0x1000 + i % 64, uint32_t(random()));
+    std::vector<BookEntry> records;  // in book order; counts tell records apart
+    for (auto it = keys.rbegin(); it != keys.rend(); ++it)
+        records.push_back(BookEntry{it->first, it->second, uint16_t(records.size()), 1, 2});
     use_book(records);
     ASSERT_EQ(book_count, static_cast<int32_t>(records.size()));
 
-    // The overfull block's records past its first 2048 cannot be reached.
-    std::vector<BookEntry> sorted = read_book("test.opn");
+    // Records of a block past its first 2048 cannot be reached.
     std::set<std::pair<uint16_t, uint32_t>> unreachable;
-    int in_block = 0;
-    for (const BookEntry& e : sorted)
-        if ((e.key16 >> 6) == (0x1000 >> 6) && ++in_block > kBookWindowSize) unreachable.insert({e.key16, e.key32});
-
-    std::shuffle(records.begin(), records.end(), random);
-    int missing = 0;
-    for (const BookEntry& e : records) {
-        const BookEntry* found = book_lookup(BookKey{e.key16, e.key32});
-        if (unreachable.count({e.key16, e.key32})) {
-            EXPECT_EQ(found, nullptr);
-        } else if (!found || found->stm_wins != e.stm_wins || found->stm_losses != e.stm_losses ||
-                   found->draws != e.draws) {
-            ++missing;
+    int in_full_block = 0;
+    for (const BookEntry& e : records)
+        if ((e.key16 >> 6) == (0x1000 >> 6) && ++in_full_block > kBookWindowSize) unreachable.insert({e.key16, e.key32});
+    for (const char* order : {"in file order", "shuffled"}) {
+        int wrong = 0;
+        for (const BookEntry& e : records) {
+            const BookEntry* found = book_lookup(BookKey{e.key16, e.key32});
+            wrong += unreachable.count({e.key16, e.key32}) ? found != nullptr : !found || found->stm_wins != e.stm_wins;
         }
+        EXPECT_EQ(wrong, 0) << order;
+        std::shuffle(records.begin(), records.end(), random);
     }
-    EXPECT_EQ(missing, 0);
     for (int i = 0; i < 2000; ++i) {
         const BookKey key{uint16_t(random()), uint32_t(random())};
         if (!keys.count({key.key16, key.key32})) {
@@ -166,13 +156,19 @@ TEST_F(BookProbe, LookupFindsEveryRecordThroughTheWindow) {
     }
 }
 
+// Missing, empty, cut, unsorted and random files, then mutated copies of a
+// good one (bytes changed, cut or added at random): the probe reads them all
+// without fault (the sanitizer builds check every read) and still uses what
+// is sound.
 TEST_F(BookProbe, BadFilesNeverBreakTheProbe) {
-    const std::vector<BookEntry> good = book_of("", {{"e2e4", 0, 0, 20}, {"d2d4", 0, 0, 40}});
-    write_book("good.opn", good);
-    const std::string bytes = read_bytes("good.opn");
+    std::vector<BookEntry> records = book_of("", {{"e2e4", 0, 0, 20}, {"d2d4", 0, 0, 40}, {"g1f3", 3, 9, 9}});
+    for (const char* line : {"e2e4 e7e5", "d2d4 d7d5", "e2e4 c7c5 g1f3"})
+        records.push_back(record_of(Game(line).key(), 5, 10, 20));
+    write_book("good.opn", records);
+    const std::string good = read_bytes("good.opn");
     std::string reversed;
-    for (std::size_t at = bytes.size(); at >= kBookEntrySize; at -= kBookEntrySize)
-        reversed += bytes.substr(at - kBookEntrySize, kBookEntrySize);
+    for (std::size_t at = good.size(); at >= kBookEntrySize; at -= kBookEntrySize)
+        reversed += good.substr(at - kBookEntrySize, kBookEntrySize);
     std::mt19937 random(99);
     std::string noise(14 * 1000 + 5, '\0');
     for (char& c : noise) c = char(random());
@@ -180,44 +176,26 @@ TEST_F(BookProbe, BadFilesNeverBreakTheProbe) {
     struct Case {
         const char* what;
         std::string content;
-        bool exists;
-        int32_t records;
-        const char* move;
+        int32_t records;  // -1: no file
+        const char* move;  // nullptr: any
     } const cases[] = {
-        {"missing", "", false, 0, ""},
-        {"empty", "", true, 0, ""},
-        {"shorter than a record", bytes.substr(0, 13), true, 0, ""},
-        {"a partial last record", bytes + "\x01\x02\x03", true, 3, "d2d4"},
-        {"unsorted", reversed, true, 3, nullptr},
-        {"random bytes", noise, true, 1000, nullptr},
-        {"all bits set", std::string(14 * 50, '\xff'), true, 50, ""},
+        {"missing", "", -1, ""},
+        {"empty", "", 0, ""},
+        {"a partial last record", good + "\x01\x02\x03", int32_t(records.size()), "d2d4"},
+        {"unsorted", reversed, int32_t(records.size()), nullptr},
+        {"random bytes", noise, 1000, nullptr},
     };
     for (const Case& c : cases) {
         std::remove("bad.opn");
-        if (c.exists) write_text("bad.opn", c.content);
+        if (c.records >= 0) write_text("bad.opn", c.content);
         use_book_file("bad.opn");
-        EXPECT_EQ(book_count, c.records) << c.what;
+        EXPECT_EQ(book_count, std::max(c.records, 0)) << c.what;
         const std::string start = probe("");
         if (c.move) {
             EXPECT_EQ(start, c.move) << c.what;
         }
         probe("e2e4 e7e5");
     }
-    // The file vanishing after it was indexed only loses the book's moves.
-    use_book_file("good.opn");
-    std::remove("good.opn");
-    EXPECT_EQ(probe(""), "");
-}
-
-// Mutated books: bytes changed, cut or added at random. Nothing may crash;
-// the sanitizer builds check every read.
-TEST_F(BookProbe, FuzzedBooksAreReadSafely) {
-    std::vector<BookEntry> records = book_of("", {{"e2e4", 0, 0, 20}, {"d2d4", 0, 0, 40}, {"g1f3", 3, 9, 9}});
-    for (const char* line : {"e2e4", "e2e4 e7e5", "d2d4 d7d5", "e2e4 c7c5 g1f3"})
-        records.push_back(record_of(Game(line).key(), 5, 10, 20));
-    write_book("good.opn", records);
-    const std::string good = read_bytes("good.opn");
-    std::mt19937 random(2024);
     for (int round = 0; round < 300; ++round) {
         std::string bytes = good;
         for (int n = int(random() % 8); n >= 0; --n) bytes[random() % bytes.size()] = char(random());
@@ -227,6 +205,10 @@ TEST_F(BookProbe, FuzzedBooksAreReadSafely) {
         use_book_file("fuzz.opn", int(random() % 40));
         for (const char* played : {"", "e2e4", "e2e4 e7e5", "d2d4 d7d5"}) probe(played);
     }
+    // The file vanishing after it was indexed only loses the book's moves.
+    use_book_file("good.opn");
+    std::remove("good.opn");
+    EXPECT_EQ(probe(""), "");
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // The book in play: "mkbook" and "book" at the console, book moves answered
-// at once under UCI, and bad book files at start-up.
+// at once under UCI.
 
 #include <gtest/gtest.h>
 
@@ -90,22 +90,6 @@ TEST_F(BookPlay, UciAnswersBookMovesWithoutSearchingUpToTheBookDepth) {
     EXPECT_NE(off.find("info depth"), std::string::npos) << off;
     engine.send("quit");
     EXPECT_EQ(engine.wait_exit(10), 0);
-}
-
-TEST_F(BookPlay, BadBookFilesLeaveTheEngineSearching) {
-    std::string noise;
-    for (int i = 0; i < 14 * 300 + 3; ++i) noise += char((i * 2654435761u) >> 13);
-    const std::string book = builder.read_file("book.opn");
-    for (const std::string& content : {noise, book.substr(0, 20), std::string()}) {
-        builder.write_file("bad.opn", content);
-        builder.write_file("vorn.rc", "VornBook bad.opn\n");
-        EngineProcess engine({"-hash", "4"}, builder.directory());
-        const std::string reply =
-            search(engine, "uci\nsetoption name OwnBook value true\nposition startpos moves e2e4\ngo depth 2");
-        EXPECT_NE(reply.find("bestmove"), std::string::npos);
-        engine.send("quit");
-        EXPECT_EQ(engine.wait_exit(10), 0);
-    }
 }
 
 }  // namespace
