@@ -1,3 +1,9 @@
+// Discovery and registry of the tables, the WDL and DTZ probes around them
+// (capture search, en passant, one ply of DTZ search) and the search's gate.
+// Once a table is parsed it is read-only, so probes take no lock and
+// allocate nothing; only a table's first use maps and parses it, under
+// tb_mutex, allocating its symbol counts once.
+
 #include "tablebase/probe.h"
 
 #include <atomic>
@@ -438,17 +444,27 @@ int dtz_search(const TbPosition& pos, int& success, int level) {
     return best;
 }
 
+// Cheap refusal before any move generation: a position whose own material
+// has no usable table cannot be probed, whatever its captures lead to.
+bool own_table_usable(const TbPosition& pos) {
+    if (std::popcount(tb_occupied(pos)) == 2) return true;
+    const TbEntry* entry = find_entry(tb_material_key(pos, false));
+    return entry && entry->ready.load(std::memory_order_relaxed) != kDropped;
+}
+
 }  // namespace
 
 int probe_wdl(const TbPosition& pos, int& success) {
-    success = 1;
+    success = own_table_usable(pos);
+    if (!success) return 0;
     bool zeroes = false;
     const int v = wdl_with_zeroing(pos, zeroes, success);
     return success ? v : 0;
 }
 
 int probe_dtz(const TbPosition& pos, int& success) {
-    success = 1;
+    success = own_table_usable(pos);
+    if (!success) return 0;
     const int v = dtz_search(pos, success, 0);
     return success ? v : 0;
 }
