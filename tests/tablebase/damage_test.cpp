@@ -2,9 +2,6 @@
 // random bytes changed. None may crash the prober, hang it, or make it read
 // outside the file; the clear cases are reported as damaged.
 
-#include <unistd.h>
-
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <vector>
@@ -19,30 +16,13 @@ std::vector<uint8_t> read_whole(const std::string& path) {
     return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
 }
 
-void counts_of(const std::string& material, int counts[2][7]) {
-    for (int c = 0; c < 2; c++)
-        for (int t = 0; t < 7; t++) counts[c][t] = 0;
-    int colour = -1;
-    for (char letter : material) {
-        if (letter == 'v') continue;
-        colour += letter == 'K';
-        counts[colour][std::string(" PNBRQK").find(letter)]++;
-    }
-}
-
-const std::vector<std::string> kMaterials = {
-    "KBvK",  "KNvK",  "KPvK",   "KQvK",   "KRvK",   "KBBvK",  "KBNvK",  "KBPvK", "KBvKB", "KBvKN",
-    "KBvKP", "KNNvK", "KNPvK",  "KNvKN",  "KNvKP",  "KPPvK",  "KPvKP",  "KQBvK", "KQNvK", "KQPvK",
-    "KQQvK", "KQRvK", "KQvKB",  "KQvKN",  "KQvKP",  "KQvKQ",  "KQvKR",  "KRBvK", "KRNvK", "KRPvK",
-    "KRRvK", "KRvKB", "KRvKN",  "KRvKP",  "KRvKR",  "KQRvKR", "KRBvKR", "KRNvKR", "KRPvKR", "KRRvKR"};
-
 // Each damaged copy sits in a directory searched before the shared one, so
 // the smaller tables that captures lead to stay sound.
 TEST(TbDamage, CutEmptiedAndWrongMagicFilesAreReportedAsCorrupt) {
-    char pattern[] = "/tmp/vorn-tb-XXXXXX";
-    const std::string dir = mkdtemp(pattern) ? pattern : "/tmp";
+    TempDir dir;
+    ASSERT_FALSE(dir.path.empty());
     std::mt19937 rng(3);
-    for (const std::string& material : kMaterials) {
+    for (const std::string& material : shared_materials()) {
         // Positions that need the file: no capture to decide them early,
         // and for DTZ a distance that is not settled by the first move.
         use_shared_tables();
@@ -65,21 +45,18 @@ TEST(TbDamage, CutEmptiedAndWrongMagicFilesAreReportedAsCorrupt) {
                 if (kind == 0) bytes.resize(bytes.size() / 2);
                 if (kind == 1) bytes.clear();
                 if (kind == 2) bytes[1] ^= 0x40;
-                const std::string damaged = dir + "/" + material + extension;
-                std::ofstream(damaged, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
-                                                               std::streamsize(bytes.size()));
-                init_path(dir + ";" + kTableDir);
+                dir.write(material + extension, std::string(bytes.begin(), bytes.end()));
+                init_path(dir.path + ";" + kTableDir);
                 testing::internal::CaptureStderr();
                 int ok;
                 if (wdl_file) probe_wdl(needs_wdl, ok);
                 else probe_dtz(needs_dtz, ok);
                 EXPECT_FALSE(ok) << material << extension << " kind " << kind;
                 EXPECT_EQ(testing::internal::GetCapturedStderr(), "Corrupted table.\n") << material << extension;
-                std::remove(damaged.c_str());
+                std::remove((dir.path + "/" + material + extension).c_str());
             }
         }
     }
-    rmdir(dir.c_str());
     use_shared_tables();
 }
 
@@ -91,7 +68,7 @@ TEST(TbDamage, RandomlyChangedFilesNeverReadOutsideThem) {
     use_shared_tables();
     std::mt19937 rng(5);
     int refused = 0, decoded = 0;
-    for (const std::string& material : kMaterials)
+    for (const std::string& material : shared_materials())
         for (const char* extension : {".rtbw", ".rtbz"}) {
             const std::vector<uint8_t> sound = read_whole(kTableDir + "/" + material + extension);
             if (sound.size() > 500000) continue;

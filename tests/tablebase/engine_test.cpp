@@ -59,21 +59,14 @@ TEST(TbEngine, TablebaseRootForcesScoreAndMoveUntilThePathIsCleared) {
 }
 
 TEST(TbEngine, SettingsFilePathIsInitialisedAtStart) {
-    char pattern[] = "/tmp/vorn-tb-XXXXXX";
-    const std::string dir = mkdtemp(pattern) ? pattern : "/tmp";
-    {
-        EngineProcess writer({"-hash", "4"}, dir);
-        writer.write_file("vorn.rc", "SyzygyPath \"" + kTableDir + "\"\n");
-        writer.send("quit");
-        writer.wait_exit(10);
-    }
-    EngineProcess engine({"-hash", "4"}, dir);
+    TempDir dir;
+    dir.write("vorn.rc", "SyzygyPath \"" + kTableDir + "\"\n");
+    EngineProcess engine({"-hash", "4"}, dir.path);
     engine.send("isready");
     EXPECT_GE(engine.wait_for("readyok", 10), 0);
     EXPECT_NE(engine.output().find("info string found 40 tablebases\n"), std::string::npos) << engine.output();
     engine.send("quit");
     EXPECT_EQ(engine.wait_exit(10), 0);
-    (void)!std::system(("rm -rf '" + dir + "'").c_str());
 }
 
 }  // namespace

@@ -1,5 +1,8 @@
 #include "tests/tablebase/tb_fixture.h"
 
+#include <dirent.h>
+
+#include <algorithm>
 #include <bit>
 
 TbPosition random_position(const std::string& material, std::mt19937& rng) {
@@ -42,4 +45,28 @@ TbPosition colour_reversed(const TbPosition& p) {
     r.ep = p.ep ? uint8_t(p.ep ^ 56) : 0;
     r.turn = uint8_t(p.turn ^ 1);
     return r;
+}
+
+std::vector<std::string> shared_materials() {
+    std::vector<std::string> materials;
+    if (DIR* dir = opendir(kTableDir.c_str())) {
+        while (dirent* e = readdir(dir)) {
+            const std::string name = e->d_name;
+            if (name.size() > 5 && name.substr(name.size() - 5) == ".rtbw") materials.push_back(name.substr(0, name.size() - 5));
+        }
+        closedir(dir);
+    }
+    std::sort(materials.begin(), materials.end());
+    return materials;
+}
+
+void counts_of(const std::string& material, int counts[2][7]) {
+    for (int c = 0; c < 2; c++)
+        for (int t = 0; t < 7; t++) counts[c][t] = 0;
+    int colour = -1;
+    for (char letter : material) {
+        if (letter == 'v') continue;
+        colour += letter == 'K';
+        counts[colour][std::string(" PNBRQK").find(letter)]++;
+    }
 }

@@ -3,10 +3,14 @@
 // published tables of the shared folder registered, positions from FEN.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdlib>
+#include <fstream>
 #include <memory>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "board/attacks.h"
 #include "board/position.h"
@@ -39,6 +43,26 @@ inline void use_shared_tables() {
     if (registered_path() != kTableDir) init_path(kTableDir);
 }
 
+// A fresh directory under /tmp, removed with its files at the end.
+struct TempDir {
+    std::string path;
+    TempDir() {
+        char pattern[] = "/tmp/vorn-tb-XXXXXX";
+        if (mkdtemp(pattern)) path = pattern;
+    }
+    TempDir(const TempDir&) = delete;
+    ~TempDir() {
+        if (!path.empty()) (void)!std::system(("rm -rf '" + path + "'").c_str());
+    }
+    void write(const std::string& name, const std::string& bytes) const {
+        std::ofstream(path + "/" + name, std::ios::binary) << bytes;
+    }
+    void copy(const std::string& name) const {
+        std::ifstream in(kTableDir + "/" + name, std::ios::binary);
+        std::ofstream(path + "/" + name, std::ios::binary) << in.rdbuf();
+    }
+};
+
 struct TbBoard {
     std::unique_ptr<BoardHistory> history = std::make_unique<BoardHistory>();
     Position pos{};
@@ -56,3 +80,9 @@ TbPosition random_position(const std::string& material, std::mt19937& rng);
 
 // The placement with colours exchanged and the board turned upside down.
 TbPosition colour_reversed(const TbPosition& p);
+
+// Materials of the shared tables ("KRPvKR", ...), in name order.
+std::vector<std::string> shared_materials();
+
+// Piece counts [colour][type] of a material name, first side as white.
+void counts_of(const std::string& material, int counts[2][7]);
