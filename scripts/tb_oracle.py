@@ -6,8 +6,14 @@ used strictly as a black box over UCI.
 
 Output, one position a line: placement, side, en-passant square, WDL, DTZ.
 
-Example (the committed file):
-  scripts/tb_oracle.py --tables ../shared/syzygy --seed 1 \
+Random positions almost never hit the rare fifty-move-drawn results (cursed
+wins, blessed losses); --extra adds positions chosen elsewhere (a file of
+FEN lines), so that those get the oracle's verdict too.
+
+Example (the committed file; the extra positions are 23 KRBvKR and KRNvKR
+placements found by sampling three million random ones for results of
+size 1):
+  scripts/tb_oracle.py --tables ../shared/syzygy --seed 1 --extra cursed.fen \
       > tests/tablebase/oracle_positions.txt
 """
 import argparse
@@ -129,6 +135,7 @@ def main():
     ap.add_argument("--tables", required=True)
     ap.add_argument("--stockfish", default="/usr/games/stockfish")
     ap.add_argument("--seed", type=int, default=1)
+    ap.add_argument("--extra", help="file of further FEN lines to include")
     args = ap.parse_args()
     rng = random.Random(args.seed)
 
@@ -139,6 +146,9 @@ def main():
         positions += [random_position(rng, m) for _ in range(PER_SIZE[size])]
     if "KPvKP" in materials:
         positions += [ep_position(rng) for _ in range(EP_POSITIONS)]
+    if args.extra:
+        with open(args.extra) as f:
+            positions += [" ".join(line.split()[:4]) for line in f if len(line.split()) >= 4]
 
     sf = subprocess.Popen([args.stockfish], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
     script = ["uci", f"setoption name SyzygyPath value {os.path.abspath(args.tables)}"]
