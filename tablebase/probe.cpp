@@ -102,13 +102,18 @@ void enter_key(uint64_t key, TbEntry* entry) {
     std::exit(1);
 }
 
+// The file name of a table in directory i; false when it would not fit.
+bool file_name(int i, const char* name, const char* extension, char (&full)[kMaxFileName + 1]) {
+    const int length = std::snprintf(full, sizeof full, "%s/%s%s", directories[i], name, extension);
+    return length >= 0 && length <= kMaxFileName;
+}
+
 // Maps name + extension from the first directory that has it.
 MapStatus map_from_path(const char* name, const char* extension, MappedFile& file) {
     for (int i = 0; i < directory_count; i++) {
         char full[kMaxFileName + 1];
-        int length = std::snprintf(full, sizeof full, "%s/%s%s", directories[i], name, extension);
-        if (length < 0 || length > kMaxFileName) continue;
-        MapStatus status = map_table_file(full, name, extension, file);
+        if (!file_name(i, name, extension, full)) continue;
+        const MapStatus status = map_table_file(full, name, extension, file);
         if (status != MapStatus::kMissing) return status;
     }
     return MapStatus::kMissing;
@@ -117,8 +122,7 @@ MapStatus map_from_path(const char* name, const char* extension, MappedFile& fil
 bool file_exists_on_path(const char* name, const char* extension) {
     for (int i = 0; i < directory_count; i++) {
         char full[kMaxFileName + 1];
-        int length = std::snprintf(full, sizeof full, "%s/%s%s", directories[i], name, extension);
-        if (length < 0 || length > kMaxFileName) continue;
+        if (!file_name(i, name, extension, full)) continue;
         if (std::FILE* f = std::fopen(full, "rb")) {
             std::fclose(f);
             return true;
