@@ -97,8 +97,8 @@ bool locate(const TbTable& table, const TbPosition& pos, TbLocation& where);
 // Stored value at an index; false on damaged data.
 bool decode_value(const TbTable& table, const TbSubTable& sub, uint64_t index, int& value);
 
-// Colour-independent signature of one side's material, the form the table
-// orientation is compared in.
+// White's material as counts per type, the form in which a position is
+// compared with a table's own white to find the table's orientation.
 uint32_t white_signature(const TbPosition& pos);
 
 // Index tables, exposed for their checks.
