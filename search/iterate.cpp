@@ -408,6 +408,7 @@ void iterative_deepening(int thread_index) {
             if (result >= 0) root_tb_move = move;
         }
         if (result < 0) result = tb_probe_wdl(pos, 70);
+        if (result >= 0) bump(td.tb_hits);
         int tb_score = result == 4 ? 9799 : (result == 0 ? -9800 : 0);
         root_tb_score[side] = tb_score;
         root_tb_score[side ^ 1] = -tb_score;
