@@ -16,6 +16,7 @@
 #include "search/reductions.h"
 #include "search/search.h"
 #include "search/search_result.h"
+#include "search/search_trace.h"
 #include "search/search_limits.h"
 #include "search/threads.h"
 #include "search/time_manager.h"
@@ -267,7 +268,12 @@ void execute_console_command(const char* line) {
         save_game();
     } else if (is("edit")) {
         edit_position();
-    } else if (is("trace") || is("book") || is("mkbook") || is("tune")) {
+    } else if (is("trace")) {
+        abandon_search_and_wait();
+        set_search_trace(static_cast<int>(read_clamped(words[1], 0, INT16_MAX)));
+    } else if (is("tune") && words[1][0] == '\0') {
+        // Nothing to tune.
+    } else if (is("book") || is("mkbook") || is("tune")) {
         send_linef("%s is not available in this build", words[0]);
     } else if (is("move")) {
         play_typed_move(words[1]);
