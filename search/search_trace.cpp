@@ -26,9 +26,10 @@ void trace_move(const Position& pos, Move move) {
     if (!trace_file) {
         trace_file = std::fopen("trace.txt", "w");
         if (!trace_file) {
+            // Only this thread reads trace_depth during a search; the hook
+            // itself stays until the next "trace" command.
             send_line("cannot write trace.txt; the search trace is off");
             trace_depth = 0;
-            move_trace_hook = nullptr;
             return;
         }
         last_iteration = last_ply = 0;

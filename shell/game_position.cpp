@@ -29,8 +29,9 @@ bool compact_game_history() {
     ThreadData& block = game_block();
     const int count = block.history_count;
     if (count == 0) return false;
-    // fifty_count stops at 255, far below the history's capacity, so the
-    // latest move is the only one that could ever be wanted and is not kept.
+    // fifty_count stops at 255, far below the history's capacity, so keeping
+    // the moves since the last irreversible one always makes room; the oldest
+    // entry goes in any case.
     const int keep = block.pos.fifty_count < count ? block.pos.fifty_count : count - 1;
     std::memmove(block.history, block.history + (count - keep), sizeof(HistoryEntry) * keep);
     block.history_count = static_cast<int16_t>(keep);

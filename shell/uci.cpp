@@ -111,7 +111,7 @@ void start_go(const char* arguments) {
     // The values are taken as they come: "depth 0" evaluates the root only,
     // "nodes 0" sets no node limit, "movestogo 0" leaves the whole clock for
     // this move's period. Values beyond what a field can hold saturate; a
-    // negative depth or node count reads as 0.
+    // negative value reads as 0.
     if (const char* value = find_after(arguments, "movestogo")) {
         limits.time_mode = 40;
         limits.moves_to_go = static_cast<int16_t>(read_clamped(value, 0, INT16_MAX));

@@ -44,6 +44,12 @@ protected:
     }
 };
 
+int count_of(const std::string& text, const std::string& needle) {
+    int n = 0;
+    for (std::size_t at = text.find(needle); at != std::string::npos; at = text.find(needle, at + 1)) ++n;
+    return n;
+}
+
 TEST_F(Uci, IdentificationAndOptionsInOrder) {
     // The log was on until "uci", so the command itself was echoed; after it
     // nothing is echoed any more.
@@ -218,6 +224,25 @@ TEST_F(Uci, PonderSearchIsReportedOnlyAfterPonderhitOrStop) {
     }
 }
 
+// A ponder miss as interfaces send it: "stop" followed at once by the real
+// position and "go". The stopped ponder search still owes its "bestmove",
+// and the new search must answer with one of its own; an interface counts
+// them to tell the two apart.
+TEST_F(Uci, PonderMissAnswersBothSearches) {
+    for (int round = 0; round < 3; ++round) {
+        std::size_t from = engine.output().size();
+        engine.send("position startpos moves e2e4 e7e5\ngo ponder wtime 5000 btime 5000");
+        engine.drain(0.2);
+        // Without a pause between the lines, so the workers are still busy.
+        engine.send("stop\nposition startpos moves e2e4 c7c5\ngo wtime 5000 btime 5000");
+        ASSERT_GE(engine.wait_for("bestmove", 10, from), 0);
+        ASSERT_GE(engine.wait_for("bestmove", 10, engine.output().find("bestmove", from) + 1), 0)
+            << engine.output().substr(from);
+        exchange("");  // "readyok": no third answer is on its way
+        EXPECT_EQ(count_of(engine.output().substr(from), "bestmove"), 2) << engine.output().substr(from);
+    }
+}
+
 TEST_F(Uci, MultiPvPrintsOneLinePerVariation) {
     std::string out = search("setoption name MultiPV value 3\nposition startpos\ngo depth 4");
     for (int depth = 1; depth <= 4; ++depth)
@@ -301,10 +326,7 @@ TEST(UciShutdown, EveryGoIsAnsweredAfterTheEndOfInput) {
         EXPECT_GE(seconds, c.at_least) << c.script;
         EXPECT_LE(seconds, c.at_most) << c.script;
         const std::string& out = engine.output();
-        const std::string answer = c.args.empty() ? "bestmove " : "move= ";
-        int answers = 0;
-        for (std::size_t at = out.find(answer); at != std::string::npos; at = out.find(answer, at + 1)) ++answers;
-        EXPECT_EQ(answers, c.answers) << c.script << "\n" << out;
+        EXPECT_EQ(count_of(out, c.args.empty() ? "bestmove " : "move= "), c.answers) << c.script << "\n" << out;
         EXPECT_NE(out.find(c.shown), std::string::npos) << c.script << "\n" << out;
     }
 }
