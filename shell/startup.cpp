@@ -95,7 +95,7 @@ void run_mode(RunMode mode, const CommandLine& line) {
             send_line("the self-play match is not available in this build");
             break;
         case RunMode::benchmark:
-            run_benchmark(line.bench_positions);
+            run_benchmark(line.bench_positions, line.bench_summary);
             break;
         case RunMode::tuner:
             shell.noise = 1000.0;
