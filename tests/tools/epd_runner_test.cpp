@@ -91,12 +91,10 @@ std::vector<ScoredCase> scored_cases() {
         {b + " ce 150; c9 \"1-0\";", 0.0, 150},             // the prior contradicts the result
         {w + " ce 240; c9 \"1-0\"; id \"x\";", 1.0, 240},
         {w + " ce 1200; c9 \"1-0\";", -1, 0},               // clamped to 950, beyond 700: left out
-        {w + " ce -300; c9 \"1-0\";", -1, 0},               // the prior contradicts the result
         {w + " 1-0", 1.0, 0},                               // old-style result after the side field
         {b + " 1/2", 0.5, 0},
         {w + " 1-0 c9 \"0-1\";", 0.0, 0},                   // c9 before the old style
         {w + " c9 \"*\";", -1, 0},
-        {w + " id \"no result\";", -1, 0},
         {"4k3/8/8/8/8/8/8/r3K3 w - - c9 \"1/2-1/2\";", -1, 0},  // in check: -10000, left out
     };
 }
