@@ -34,9 +34,6 @@ struct Game {
     explicit Game(const std::string& moves = "", const char* fen = kStartFen) {
         pos.owner = history.get();
         parse_fen(pos, fen);
-        play(moves);
-    }
-    void play(const std::string& moves) {
         std::istringstream words(moves);
         for (std::string word; words >> word;) EXPECT_TRUE(try_play(word.c_str())) << word;
     }
