@@ -106,6 +106,7 @@ TEST_F(NotationTest, ParseEverySpelling) {
 
     set("r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
     EXPECT_EQ(parsed("o-o"), "e1g1");
+    EXPECT_EQ(parsed("O-O"), "e1g1");
     EXPECT_EQ(parsed("0-0"), "e1g1");
     EXPECT_EQ(parsed("0-0-0"), "e1c1");
 
@@ -125,6 +126,10 @@ TEST_F(NotationTest, ParseEverySpelling) {
     set("4k3/8/8/8/8/1p6/2P5/4K3 w - - 0 1");
     EXPECT_EQ(parsed("cxb3"), "c2b3");
     EXPECT_EQ(parsed("cb"), "");
+    // The pinned knight's move is generated but illegal.
+    set("4k3/4r3/8/8/8/8/4N3/4K3 w - - 0 1");
+    EXPECT_EQ(parsed("Nc3"), "");
+    EXPECT_EQ(parsed("Kd1"), "e1d1");
 }
 
 TEST_F(NotationTest, AmbiguityAndGarbage) {
@@ -146,13 +151,6 @@ TEST_F(NotationTest, AmbiguityAndGarbage) {
     const char* garbage[] = {"", "+", "=", "=Q", "q", "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx",
                              "e2", "e9e4", "\x01\x02", "o", "0", "--", "Q=Q", "a1a1"};
     for (const char* text : garbage) EXPECT_EQ(parsed(text), "") << text;
-}
-
-TEST_F(NotationTest, IllegalMovesDoNotParse) {
-    // The pinned knight's move is generated but illegal.
-    set("4k3/4r3/8/8/8/8/4N3/4K3 w - - 0 1");
-    EXPECT_EQ(parsed("Nc3"), "");
-    EXPECT_EQ(parsed("Kd1"), "e1d1");
 }
 
 }  // namespace

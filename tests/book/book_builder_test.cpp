@@ -75,8 +75,8 @@ TEST_F(BookBuilding, GameTextIsReadAsPgnIs) {
          repeat(9, "[Result \"*\"]\n1. e4 {a {nested} note: 1. d4 (or c4} e5 {over\n[two] lines d4}\n"
                    "(1... c5 2. Nf3 (2. c3)) 2. Nf3 *\n"),
          {{"e2e4 e7e5 g1f3", Counts{0, 0, 9}}, {"d2d4", std::nullopt}, {"e2e4 c7c5", std::nullopt}}},
-        {"glyphs, annotations and comments to the end of the line",
-         repeat(9, "[Result \"*\"]\n1. e4! $1 e5?! $14 2. Nf3 ; 2... Nc6 is a comment\n; so is 2... d6\n2... Nf6 *\n"),
+        {"glyphs, annotations, tabs and comments to the end of the line",
+         repeat(9, "[Result \"*\"]\n1. e4!\t$1 e5?! $14 2. Nf3 ; 2... Nc6 is a comment\n; so is 2... d6\n2... Nf6 *\n"),
          {{"e2e4 e7e5 g1f3 g8f6", Counts{0, 0, 9}}, {"e2e4 e7e5 g1f3 b8c6", std::nullopt},
           {"e2e4 e7e5 g1f3 d7d6", std::nullopt}}},
         {"castling as O-O, 0-0 and o-o",

@@ -34,9 +34,6 @@ struct Game {
     explicit Game(const std::string& moves = "", const char* fen = kStartFen) {
         pos.owner = history.get();
         parse_fen(pos, fen);
-        play(moves);
-    }
-    void play(const std::string& moves) {
         std::istringstream words(moves);
         for (std::string word; words >> word;) EXPECT_TRUE(try_play(word.c_str())) << word;
     }
@@ -100,27 +97,21 @@ inline void write_book(const std::string& name, std::vector<BookEntry> records) 
     write_text(name, bytes);
 }
 
-inline std::vector<BookEntry> read_book(const std::string& name) {
-    const std::string bytes = read_bytes(name);
-    std::vector<BookEntry> records;
-    for (std::size_t at = 0; at + kBookEntrySize <= bytes.size(); at += kBookEntrySize)
-        records.push_back(decode_book_entry(reinterpret_cast<const uint8_t*>(bytes.data() + at)));
-    return records;
-}
-
 // Reads a book that "mkbook" wrote, checking what every such book satisfies:
 // whole records, keys strictly descending, no all-zero key, no record of 8
 // games or fewer.
 inline std::vector<BookEntry> read_built_book(const std::string& name) {
-    EXPECT_EQ(read_bytes(name).size() % kBookEntrySize, 0u);
-    std::vector<BookEntry> records = read_book(name);
-    for (std::size_t i = 0; i < records.size(); ++i) {
-        const BookEntry& e = records[i];
+    const std::string bytes = read_bytes(name);
+    EXPECT_EQ(bytes.size() % kBookEntrySize, 0u);
+    std::vector<BookEntry> records;
+    for (std::size_t at = 0; at + kBookEntrySize <= bytes.size(); at += kBookEntrySize) {
+        const BookEntry e = decode_book_entry(reinterpret_cast<const uint8_t*>(bytes.data() + at));
         EXPECT_FALSE(e.key16 == 0 && e.key32 == 0);
         EXPECT_GT(e.stm_wins + e.stm_losses + e.draws, 8);
-        if (i > 0) {
-            EXPECT_LT(compare_book_keys(records[i - 1], e), 0) << "record " << i;
+        if (!records.empty()) {
+            EXPECT_LT(compare_book_keys(records.back(), e), 0) << "record " << records.size();
         }
+        records.push_back(e);
     }
     return records;
 }

@@ -7,11 +7,7 @@
 #include <map>
 #include <tuple>
 
-#include "board/movegen.h"
 #include "book/book_builder.h"
-#include "book/book_index.h"
-#include "book/book_probe.h"
-#include "book/book_settings.h"
 #include "core/line_file.h"
 #include "tests/book/book_fixture.h"
 
@@ -94,30 +90,6 @@ TEST_F(EightMoves, BookHoldsExactlyThePositionsOfMoreThanEightGames) {
     EXPECT_EQ(wrong, 0u);
     EXPECT_EQ(kept, records.size());
     EXPECT_GT(kept, 5000u);
-
-    // With no spread the probe picks the move most games went on with.
-    std::strcpy(book_settings.book_file, "book.opn");
-    book_settings.book_variety = 1;
-    init_book();
-    for (const char* played : {"", "e2e4", "d2d4 g8f6"}) {
-        Game game(played);
-        MoveEntry list[kMaxMoves];
-        generate_all(game.pos, list);
-        Move most_played = kNoMove;
-        int most = 0;
-        for (const MoveEntry* m = list; m->move != kMoveListEnd; ++m) {
-            if (!is_legal(game.pos, game.pos.side_to_move, m->move)) continue;
-            make_move(game.pos, m->move);
-            const auto it = seen.find({game.pos.hash_key, game.pos.side_to_move, game.pos.ep_square});
-            unmake_move(game.pos);
-            if (it != seen.end() && it->second.draws > most) {
-                most = it->second.draws;
-                most_played = m->move;
-            }
-        }
-        EXPECT_NE(most_played, kNoMove);
-        EXPECT_EQ(book_probe(game.pos, false), most_played) << played;
-    }
 }
 
 }  // namespace
