@@ -22,6 +22,7 @@
 #include "shell/settings_file.h"
 #include "tablebase/probe.h"
 #include "tools/epd_runner.h"
+#include "tools/pgn_scanner.h"
 #include "tools/tool_hooks.h"
 #include "tools/tuner.h"
 
@@ -87,7 +88,7 @@ void run_mode(RunMode mode, const CommandLine& line) {
             run_epd(0);
             break;
         case RunMode::pgn_scanner:
-            send_line("the PGN scanner is not available in this build");
+            scan_pgn(line.scan_file, line.scan_mode);
             break;
         case RunMode::match:
             shell.noise = 1000.0;
