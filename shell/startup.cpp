@@ -22,6 +22,7 @@
 #include "shell/settings_file.h"
 #include "tablebase/probe.h"
 #include "tools/epd_runner.h"
+#include "tools/match.h"
 #include "tools/pgn_scanner.h"
 #include "tools/tool_hooks.h"
 #include "tools/tuner.h"
@@ -92,7 +93,7 @@ void run_mode(RunMode mode, const CommandLine& line) {
             break;
         case RunMode::match:
             shell.noise = 1000.0;
-            send_line("the self-play match is not available in this build");
+            run_match(shell.match_file);
             break;
         case RunMode::benchmark:
             run_benchmark(line.bench_positions);
@@ -144,6 +145,7 @@ int run_engine(int argc, const char* const* argv) {
     init_lmr_tables();
 
     tool_hooks.serve_input = read_command_for_tool;
+    tool_hooks.read_settings = read_settings_file;
     run_mode(choose_run_mode(line), line);
     shut_down();
     return 0;

@@ -47,10 +47,6 @@ int16_t bounded_score(double value) {
     return static_cast<int16_t>(std::clamp(value, double(-kScoreBound), double(kScoreBound)));
 }
 
-const char* result_text(int result) {
-    return result == kWhiteWon ? "1-0" : result == kBlackWon ? "0-1" : "1/2-1/2";
-}
-
 bool is_letter(int c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
 int pawns_on_board(const Position& pos) {

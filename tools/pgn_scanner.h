@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "tools/game_result.h"
+
 // Move scores that no comment gave.
 constexpr int16_t kNoScore = -30000;          // no comment after the move
 constexpr int16_t kUnreadableScore = -29999;  // a comment without a usable score
@@ -24,11 +26,6 @@ struct ScannedMove {
     int16_t score;
 };
 
-// Results as the scanner keeps them: from the "Result" tag line.
-constexpr int kWhiteWon = 0;
-constexpr int kBlackWon = 1;
-constexpr int kOtherResult = 2;
-
 // Reads the games of the file and writes the mode's output into the working
 // directory, printing "game %d" every hundred games and "games= %d,
 // positions= %d" at the end. Returns at once, silently, when the input or the
@@ -36,8 +33,9 @@ constexpr int kOtherResult = 2;
 void scan_pgn(const char* file_name, int mode);
 
 // Replays one game from the start position on the game position (block 0)
-// and writes the mode's records; stops at the first move that does not parse.
-// Returns the number of positions written.
+// and writes the mode's records (result: kWhiteWon, kBlackWon or
+// kOtherResult); stops at the first move that does not parse. Returns the
+// number of positions written.
 int write_game(std::FILE* out, const ScannedMove* moves, int count, int mode, int result);
 
 // The score a closed comment gives the move before it, from the mover's view:
