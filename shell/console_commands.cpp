@@ -9,6 +9,8 @@
 #include "board/make_move.h"
 #include "board/notation.h"
 #include "board/perft.h"
+#include "book/book_builder.h"
+#include "book/book_probe.h"
 #include "eval/engine_params.h"
 #include "eval/eval_trace.h"
 #include "eval/param_report.h"
@@ -280,7 +282,14 @@ void execute_console_command(const char* line) {
         save_game();
     } else if (is("edit")) {
         edit_position();
-    } else if (is("trace") || is("book") || is("mkbook")) {
+    } else if (is("book")) {
+        abandon_search_and_wait();
+        book_probe(game_position(), true);
+        send_line("");
+    } else if (is("mkbook")) {
+        abandon_search_and_wait();
+        if (build_book()) set_game_fen(kStartFen);
+    } else if (is("trace")) {
         send_linef("%s is not available in this build", words[0]);
     } else if (is("tune")) {
         if (words[1][0]) tune_keeping_game(words[1]);

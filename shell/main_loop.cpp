@@ -1,6 +1,8 @@
 #include "shell/main_loop.h"
 
 #include "board/notation.h"
+#include "book/book_probe.h"
+#include "book/book_settings.h"
 #include "eval/engine_params.h"
 #include "search/iterate.h"
 #include "search/search_limits.h"
@@ -18,16 +20,28 @@
 
 namespace {
 
+// A book move is reported like a finished search with score 0; no worker starts.
+bool play_from_book() {
+    if (!book_settings.own_book || game_block().history_count > book_settings.book_depth) return false;
+    const Move move = book_probe(game_position(), false);
+    if (move == kNoMove) return false;
+    send_line(shell.protocol_mode == 2 ? "info string book move" : "book move");
+    search_result.best_move = move;
+    search_result.pv[1] = move;
+    search_result.score = 0;
+    stop_signal = 1;
+    return true;
+}
+
 void start_search() {
     read_clock(1);
     prepare_search();  // search_mode takes start_request; stop_signal 0; result cleared
     const Position& pos = game_position();
-    // The opening book would be consulted here once it exists.
     const char* reason = unsearchable_reason(pos);
     if (reason) {
         send_linef(shell.protocol_mode == 2 ? "info string not searching: %s" : "not searching: %s",
                    reason);
-    } else if (pos.fifty_count <= 100) {
+    } else if (!play_from_book() && pos.fifty_count <= 100) {
         start_workers();
     }
     shell.start_request = 0;

@@ -1,18 +1,7 @@
 #pragma once
-// Opening-book settings that the UCI options and the settings file change.
-// The shell holds them until the book module, which reads them, takes them
-// over. (The tablebase settings live with the tablebase module.)
-
-#include <cstdint>
+// Limits of the play settings the UCI options and the settings file store.
+// The settings themselves live with the modules that read them (the book's in
+// book/book_settings.h, the tablebase's in tablebase/probe.h).
 
 // Longest tablebase path the options and the settings file store.
 inline constexpr int kSyzygyPathLength = 143;
-
-struct PlaySettings {
-    bool own_book = false;         // UCI "OwnBook"
-    uint8_t book_depth = 24;       // plies in which the book is consulted
-    int16_t book_variety = 30;
-    char book_file[142] = "vorn.opn";
-};
-
-extern PlaySettings play_settings;

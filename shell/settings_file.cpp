@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "book/book_settings.h"
 #include "eval/engine_params.h"
 #include "core/output.h"
 #include "core/line_file.h"
@@ -132,9 +133,9 @@ void apply_keyed_line(std::FILE* file, const char* line, EngineParams& p) {
         }
     }
     if (!std::strcmp(key, "BookVariety")) {
-        play_settings.book_variety = to_int16(words[1]);
+        book_settings.book_variety = to_int16(words[1]);
     } else if (!std::strcmp(key, "BookDepth")) {
-        play_settings.book_depth = static_cast<uint8_t>(read_clamped(words[1], 0, 255));
+        book_settings.book_depth = static_cast<uint8_t>(read_clamped(words[1], 0, 255));
     } else if (!std::strcmp(key, "SyzygyProbeDepth5")) {
         SyzygyProbeDepth5 = static_cast<int>(read_clamped(words[1], 1, 100));
     } else if (!std::strcmp(key, "SyzygyProbeDepth6")) {
@@ -182,7 +183,7 @@ int read_settings_file(const char* name, EngineParams& p) {
         if (std::strstr(line, "SyzygyPath")) {
             read_path(line, "SyzygyPath", SyzygyPath, kSyzygyPathLength + 1);
         } else if (std::strstr(line, "VornBook")) {
-            read_path(line, "VornBook", play_settings.book_file, sizeof play_settings.book_file);
+            read_path(line, "VornBook", book_settings.book_file, sizeof book_settings.book_file);
         } else {
             apply_keyed_line(file, line, p);
         }

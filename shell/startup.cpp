@@ -5,6 +5,8 @@
 #include <sys/time.h>
 
 #include "board/attacks.h"
+#include "book/book_index.h"
+#include "book/book_settings.h"
 #include "eval/engine_params.h"
 #include "eval/kpk.h"
 #include "search/reductions.h"
@@ -17,7 +19,6 @@
 #include "core/output.h"
 #include "core/shell_state.h"
 #include "shell/main_loop.h"
-#include "shell/play_settings.h"
 #include "shell/read_command.h"
 #include "shell/settings_file.h"
 #include "tablebase/probe.h"
@@ -40,7 +41,7 @@ void set_defaults() {
     shell = ShellState{};
     shell.log_file = log;
     limits = SearchLimits{};
-    play_settings = PlaySettings{};
+    book_settings = BookSettings{};
     SyzygyPath[0] = '\0';
     SyzygyProbeDepth5 = 1;
     SyzygyProbeDepth6 = 3;
@@ -109,7 +110,7 @@ void run_mode(RunMode mode, const CommandLine& line) {
 }
 
 void shut_down() {
-    // Book buffers would be released first once the book exists.
+    close_book();
     tt_free();
     hash_size_mb = 0;
     stop_threads(threads);
@@ -139,7 +140,9 @@ int run_engine(int argc, const char* const* argv) {
     apply_command_line(line);
 
     if (init_hash_keys() != 0) return 1;
-    // The opening book would be set up here once it exists.
+    // The book's key table is built at compile time; its window may fail to
+    // allocate, and then the engine simply plays without a book.
+    init_book();
     if (start_threads(threads) != 0) return 1;
     // Linux needs no timer-resolution request: a plain 5 ms sleep serves.
     init_lmr_tables();

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "book/book_settings.h"
 #include "search/search_limits.h"
 #include "search/thread_data.h"
 #include "search/threads.h"
@@ -32,7 +33,7 @@ void print_uci_identification() {
     send_linef("option name SyzygyProbeDepth6 type spin default %d min 1 max 100",
                SyzygyProbeDepth6);
     shell.log_enabled = 0;
-    play_settings.own_book = false;
+    book_settings.own_book = false;
     send_line("uciok");
     shell.protocol_mode = 2;
 }
@@ -97,8 +98,8 @@ void set_uci_option(const char* arguments) {
         limits.multipv = static_cast<int16_t>(read_clamped(value, 1, kMaxMultiPv));
         send_linef("info string MultiPV set to %d", limits.multipv);
     } else if (is("OwnBook")) {
-        play_settings.own_book = std::strcmp(value, "true") == 0;
-        send_linef("info string OwnBook set to %d", play_settings.own_book ? 1 : 0);
+        book_settings.own_book = std::strcmp(value, "true") == 0;
+        send_linef("info string OwnBook set to %d", book_settings.own_book ? 1 : 0);
     } else if (is("Log")) {
         shell.log_enabled = std::strstr(value, "true") ? 1 : 0;
         send_linef("info string Log set to %d", shell.log_enabled);

@@ -6,8 +6,8 @@
 #include <fstream>
 #include <string>
 
+#include "book/book_settings.h"
 #include "eval/engine_params.h"
-#include "shell/play_settings.h"
 #include "tablebase/probe.h"
 
 namespace {
@@ -20,7 +20,7 @@ protected:
 
     void SetUp() override {
         set_default_params(p);
-        play_settings = PlaySettings{};
+        book_settings = BookSettings{};
         SyzygyPath[0] = '\0';
     }
     void TearDown() override { unlink(path.c_str()); }
@@ -52,7 +52,7 @@ TEST_F(SettingsFile, KeysWithEqualsSignsAndCommas) {
                    "passed_pawn_rank7 150\nUnknownKey 5\npawn_weak abc\n"),
               0);
     EXPECT_EQ(p.pawn_value_en, 120);
-    EXPECT_EQ(play_settings.book_depth, 12);
+    EXPECT_EQ(book_settings.book_depth, 12);
     EXPECT_EQ(p.pawn_candidate, 60);  // its parameter is the second number
     EXPECT_EQ(p.king_safety, 80);     // the others' is the first
     EXPECT_EQ(p.ppawn_r7, 150);
@@ -65,8 +65,8 @@ TEST_F(SettingsFile, KeysWithEqualsSignsAndCommas) {
 TEST_F(SettingsFile, PathsAreReadFromAnyLineButNotFromComments) {
     load("# SyzygyPath /commented\nBookDepth 3 SyzygyPath \"/tb/wdl\" more\nVornBook=my.opn\n");
     EXPECT_STREQ(SyzygyPath, "/tb/wdl");
-    EXPECT_STREQ(play_settings.book_file, "my.opn");
-    EXPECT_EQ(play_settings.book_depth, 24);  // a path line is not a key line
+    EXPECT_STREQ(book_settings.book_file, "my.opn");
+    EXPECT_EQ(book_settings.book_depth, 24);  // a path line is not a key line
     load("SyzygyPath " + std::string(300, 'x') + "\n");
     EXPECT_EQ(std::string(SyzygyPath), std::string(143, 'x'));
 }

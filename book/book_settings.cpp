@@ -1,0 +1,3 @@
+#include "book/book_settings.h"
+
+BookSettings book_settings;

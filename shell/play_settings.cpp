@@ -1,3 +1,0 @@
-#include "shell/play_settings.h"
-
-PlaySettings play_settings;

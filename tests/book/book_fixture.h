@@ -1,0 +1,130 @@
+#pragma once
+// Shared set-up for the book tests: a scratch directory the test runs in, book
+// files written and read record by record, and positions reached by moves.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "board/attacks.h"
+#include "board/make_move.h"
+#include "board/notation.h"
+#include "board/position.h"
+#include "book/book_entry.h"
+#include "book/book_index.h"
+#include "book/book_key.h"
+#include "book/book_settings.h"
+
+inline constexpr const char* kStartFen = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
+
+// A position with its own history, set from the start position (or a FEN)
+// and moved on by blank-separated moves in any notation parse_move reads.
+struct Game {
+    std::unique_ptr<BoardHistory> history = std::make_unique<BoardHistory>();
+    Position pos{};
+
+    explicit Game(const std::string& moves = "", const char* fen = kStartFen) {
+        pos.owner = history.get();
+        parse_fen(pos, fen);
+        play(moves);
+    }
+    void play(const std::string& moves) {
+        std::istringstream words(moves);
+        for (std::string word; words >> word;) EXPECT_TRUE(try_play(word.c_str())) << word;
+    }
+    // Plays one move; false, playing nothing, when the text names no move.
+    bool try_play(const char* text) {
+        Move move = kNoMove;
+        if (!parse_move(pos, text, &move)) return false;
+        make_move(pos, move);
+        return true;
+    }
+    BookKey key() const { return compute_book_key(pos); }
+};
+
+// Each test runs in a fresh directory of its own, removed at the end, and
+// leaves no book loaded and the book settings at their defaults.
+class BookTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        init_attack_tables();
+        init_hash_keys_tables();
+    }
+    void SetUp() override {
+        char pattern[] = "/tmp/vorn-book-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        directory_ = pattern;
+        ASSERT_NE(getcwd(previous_, sizeof previous_), nullptr);
+        ASSERT_EQ(chdir(pattern), 0);
+    }
+    void TearDown() override {
+        close_book();
+        book_settings = BookSettings{};
+        EXPECT_EQ(chdir(previous_), 0);
+        (void)!std::system(("rm -rf '" + directory_ + "'").c_str());
+    }
+
+private:
+    std::string directory_;
+    char previous_[4096] = {};
+};
+
+inline void write_text(const std::string& name, const std::string& text) {
+    std::ofstream(name, std::ios::binary) << text;
+}
+
+inline std::string read_bytes(const std::string& name) {
+    std::ifstream in(name, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// Writes the records in book order (the test sorts them itself).
+inline void write_book(const std::string& name, std::vector<BookEntry> records) {
+    std::sort(records.begin(), records.end(), [](const BookEntry& a, const BookEntry& b) {
+        return a.key16 != b.key16 ? a.key16 > b.key16 : a.key32 > b.key32;
+    });
+    std::string bytes;
+    for (const BookEntry& entry : records) {
+        uint8_t record[kBookEntrySize];
+        encode_book_entry(entry, record);
+        bytes.append(reinterpret_cast<const char*>(record), kBookEntrySize);
+    }
+    write_text(name, bytes);
+}
+
+inline std::vector<BookEntry> read_book(const std::string& name) {
+    const std::string bytes = read_bytes(name);
+    std::vector<BookEntry> records;
+    for (std::size_t at = 0; at + kBookEntrySize <= bytes.size(); at += kBookEntrySize)
+        records.push_back(decode_book_entry(reinterpret_cast<const uint8_t*>(bytes.data() + at)));
+    return records;
+}
+
+// Reads a book that "mkbook" wrote, checking what every such book satisfies:
+// whole records, keys strictly descending, no all-zero key, no record of 8
+// games or fewer.
+inline std::vector<BookEntry> read_built_book(const std::string& name) {
+    EXPECT_EQ(read_bytes(name).size() % kBookEntrySize, 0u);
+    std::vector<BookEntry> records = read_book(name);
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        const BookEntry& e = records[i];
+        EXPECT_FALSE(e.key16 == 0 && e.key32 == 0);
+        EXPECT_GT(e.stm_wins + e.stm_losses + e.draws, 8);
+        if (i > 0) {
+            EXPECT_LT(compare_book_keys(records[i - 1], e), 0) << "record " << i;
+        }
+    }
+    return records;
+}
+
+inline BookEntry record_of(const BookKey& key, uint16_t wins, uint16_t losses, uint16_t draws) {
+    return BookEntry{key.key16, key.key32, wins, losses, draws};
+}

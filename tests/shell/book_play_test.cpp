@@ -1,0 +1,95 @@
+// The book in play: "mkbook" and "book" at the console, book moves answered
+// at once under UCI.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/shell/engine_process.h"
+
+namespace {
+
+std::string repeat(int times, const std::string& text) {
+    std::string all;
+    for (int i = 0; i < times; ++i) all += text;
+    return all;
+}
+
+// Sends the lines and waits for the whole "bestmove" line; returns the output since.
+std::string search(EngineProcess& engine, const std::string& lines) {
+    const std::size_t from = engine.output().size();
+    engine.send(lines);
+    EXPECT_GE(engine.wait_for("bestmove", 30, from), 0) << engine.output().substr(from);
+    engine.wait_for("\n", 1, engine.output().find("bestmove", from));
+    return engine.output().substr(from);
+}
+
+// A book of nine drawn games: 1. e4 e5 2. Nf3 Nc6.
+class BookPlay : public ::testing::Test {
+protected:
+    EngineProcess builder{{"-c", "-hash", "1"}};
+
+    void SetUp() override {
+        builder.write_file("book.pgn", repeat(9, "[Result \"1/2-1/2\"]\n1. e4 e5 2. Nf3 Nc6 1/2-1/2\n\n"));
+        builder.send("e4\nmkbook\nbd\nquit");
+        builder.close_input();
+        ASSERT_EQ(builder.wait_exit(30), 0);
+    }
+};
+
+TEST_F(BookPlay, MkbookBuildsTheBookAndResetsTheGame) {
+    EXPECT_NE(builder.output().find("\nmerging...\npruning...\ndone\n"
+                                    "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -\n"),
+              std::string::npos)
+        << builder.output();
+    EXPECT_EQ(builder.read_file("book.opn").size(), 4u * 14);  // four positions
+    EXPECT_EQ(builder.read_file("tmp.opn"), "");
+    EXPECT_EQ(builder.read_file("tmp__0.opn"), "");
+
+    builder.write_file("vorn.rc", "VornBook book.opn\n");
+    EngineProcess console({"-c", "-hash", "1"}, builder.directory());
+    console.send("book\ne4\ne5\nbook\nNf3\nNc6\nbook\nfen 8/8/8/8/8/8/8/8 b - -\nbook\nquit");
+    console.close_input();
+    ASSERT_EQ(console.wait_exit(30), 0);
+    const std::string out = console.output();
+    const std::string e4 = "e2e4       0 -     0 -     9   0.500  1.504\nbook move is e2e4\n\n";
+    const std::string nf3 = "g1f3       0 -     0 -     9   0.500  1.504\nbook move is g1f3\n\n";
+    EXPECT_NE(out.find(e4), std::string::npos) << out;
+    EXPECT_NE(out.find(nf3), std::string::npos) << out;
+    // The position after 2... Nc6 is in the book but has no move after it.
+    EXPECT_EQ(out.find("book move is", out.find("2... move Nc6")), std::string::npos) << out;
+}
+
+TEST_F(BookPlay, UciAnswersBookMovesWithoutSearchingUpToTheBookDepth) {
+    builder.write_file("vorn.rc", "VornBook book.opn\nBookDepth 2\n");
+    EngineProcess engine({"-hash", "4"}, builder.directory());
+    engine.send("uci\nsetoption name OwnBook value true");
+    struct Case {
+        const char* moves;
+        const char* book_move;  // nullptr: the engine searches
+    } const cases[] = {
+        {"", "e2e4"},
+        {" moves e2e4", "e7e5"},
+        {" moves e2e4 e7e5", "g1f3"},
+        {" moves e2e4 e7e5 g1f3", nullptr},  // 3 plies: beyond the book depth
+        {" moves d2d4", nullptr},            // not in the book
+    };
+    for (const Case& c : cases) {
+        const std::string reply = search(engine, std::string("position startpos") + c.moves + "\ngo depth 3");
+        if (c.book_move) {
+            EXPECT_NE(reply.find(std::string("info string book move\nbestmove ") + c.book_move + "\n"),
+                      std::string::npos)
+                << reply;
+            EXPECT_EQ(reply.find("info depth"), std::string::npos) << reply;
+        } else {
+            EXPECT_NE(reply.find("info depth"), std::string::npos) << reply;
+            EXPECT_EQ(reply.find("book move"), std::string::npos) << reply;
+        }
+    }
+    const std::string off = search(engine, "setoption name OwnBook value false\nposition startpos\ngo depth 3");
+    EXPECT_NE(off.find("info depth"), std::string::npos) << off;
+    engine.send("quit");
+    EXPECT_EQ(engine.wait_exit(10), 0);
+}
+
+}  // namespace
