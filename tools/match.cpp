@@ -8,6 +8,8 @@
 
 #include "board/make_move.h"
 #include "board/notation.h"
+#include "book/book_probe.h"
+#include "book/book_settings.h"
 #include "core/output.h"
 #include "core/shell_state.h"
 #include "eval/engine_params.h"
@@ -25,6 +27,8 @@
 namespace {
 
 constexpr int kMatchGames = 8000;
+constexpr int kBookPlies = 12;        // the book is asked in the first plies of a game
+constexpr int kBookVariety = 75;      // a wide spread: the games should differ
 constexpr int kAdjudicationScore = 1100;
 constexpr int kMarkAfterGames = 200;  // the margin means little over fewer games
 constexpr double kMoveSeconds = 1.0;
@@ -93,10 +97,13 @@ bool play_match_game(MatchGame& game, const EngineParams* players, int player1_s
         read_clock(1);
         prepare_search();
 
-        Move move = kNoMove;
+        Move move = game.count < kBookPlies ? book_probe(pos, false) : kNoMove;
+        const bool from_book = move != kNoMove;
         int score = 0;
         int depth = 0;
-        if (!drawn_by_rule(pos)) {
+        if (drawn_by_rule(pos)) {
+            move = kNoMove;
+        } else if (!from_book) {
             if (!search_position()) return false;
             move = search_result.best_move;
             score = search_result.score;
@@ -160,6 +167,7 @@ void run_match(const char* pgn_file) {
     limits.clock[kWhite] = limits.clock[kBlack] = kMoveSeconds;
     limits.node_limit = static_cast<uint64_t>(std::rand() % 11 + 95) * 750;
     shell.noise = 9999.0;
+    book_settings.book_variety = kBookVariety;
     send_line("Starting match...");
 
     auto game = std::make_unique<MatchGame>();

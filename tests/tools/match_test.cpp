@@ -127,6 +127,10 @@ TEST_F(MatchGames, ThirdOccurrenceIsADraw) {
 
 // ---- the real binary ----
 
+const std::string kBookLine = "1. e4 e5 2. Nf3 Nc6 3. Bb5 a6 4. Ba4 Nf6 5. O-O Be7 6. Re1 b5 7. Bb3 d6";
+const std::string kBookMoves[12] = {"e2e4", "e7e5", "g1f3", "b8c6", "f1b5", "a7a6",
+                                    "b5a4", "g8f6", "e1g1", "f8e7", "f1e1", "b7b5"};
+
 // The piece-square tables the engine prints ("sp") as settings-file lines.
 std::string default_tables() {
     EngineProcess engine({"-c", "-nolog"});
@@ -165,7 +169,7 @@ std::vector<Move> moves_between(Position& pos, int from, int to) {
 }
 
 struct RecordedPly {
-    int from, to, score;
+    int from, to, score, depth;
 };
 
 // Replays plies [i, end) from the position; the last one ended the game and
@@ -192,6 +196,15 @@ struct MatchDirectory {
         if (mkdtemp(pattern)) path = pattern;
         std::ofstream(path + "/test1.rc") << settings;
     }
+    // Builds "vorn.opn" from the games with the engine's "mkbook".
+    void build_book(const std::string& games) const {
+        std::ofstream(path + "/book.pgn") << games;
+        EngineProcess engine({"-c", "-nolog"}, path);
+        engine.send("mkbook");
+        engine.send("quit");
+        EXPECT_EQ(engine.wait_exit(30), 0);
+        EXPECT_EQ(std::rename((path + "/book.opn").c_str(), (path + "/vorn.opn").c_str()), 0);
+    }
     ~MatchDirectory() { (void)!std::system(("rm -rf '" + path + "'").c_str()); }
     std::string path;
 };
@@ -217,6 +230,10 @@ TEST(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
     {
         MatchDirectory place("# Player 1: junk lines and lighter knights\nknight_value = 300, 300\n"
                              "[junk] = = ,,\n\xff\xfe garbage\n" + tables);
+        // A book of one line, drawn in 20 games: a candidate at every ply.
+        std::string book_games;
+        for (int i = 0; i < 20; ++i) book_games += "[Event \"b\"]\n[Result \"1/2-1/2\"]\n\n" + kBookLine + " 1/2-1/2\n\n";
+        place.build_book(book_games);
         EngineProcess engine({"-nolog", "-d", "2", "-match", "games.pgn"}, place.path);
         ASSERT_GT(engine.wait_for("   3 games,", 120), 0) << engine.output();
         engine.send("quit");
@@ -241,6 +258,15 @@ TEST(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
         if (plies.empty()) return;
         parse_fen(pos, kStartFen);
         EXPECT_TRUE(replays(pos, plies, 0)) << "game " << checked + 1;
+        // The first 12 plies come from the book (depth 0), the rest from a search.
+        for (std::size_t i = 0; i < plies.size(); ++i) {
+            const std::string move = std::string(square_names[plies[i].from]) + square_names[plies[i].to];
+            if (i < 12) {
+                EXPECT_EQ(move + "/" + std::to_string(plies[i].depth), kBookMoves[i] + "/0");
+            } else if (i + 1 < plies.size()) {
+                EXPECT_GT(plies[i].depth, 0) << i;
+            }
+        }
         const RecordedPly& last = plies.back();
         const bool white_moved_last = plies.size() % 2 == 1;
         const char* expected = last.score > 1100    ? (white_moved_last ? "1-0" : "0-1")
@@ -260,7 +286,8 @@ TEST(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
             std::string annotation;
             in >> annotation;  // {score/depth}
             plies.push_back({square_of(word.substr(0, 2)), square_of(word.substr(2)),
-                             static_cast<int>(std::lround(std::atof(annotation.c_str() + 1) * 100))});
+                             static_cast<int>(std::lround(std::atof(annotation.c_str() + 1) * 100)),
+                             std::atoi(annotation.c_str() + annotation.find('/') + 1)});
         }
     }
     check_game();
