@@ -87,6 +87,7 @@ bool play_match_game(MatchGame& game, const EngineParams* players, int player1_s
     game.first_side = pos.side_to_move;
     game.count = 0;
     game.result = kOtherResult;
+    int base_count = block.history_count;
     uint64_t expected_key = full_key(pos);
 
     for (;;) {
@@ -110,8 +111,10 @@ bool play_match_game(MatchGame& game, const EngineParams* players, int player1_s
             depth = search_result.depth;
         }
         sum_counters();
-        if (block.history_count != game.count || full_key(pos) != expected_key)
+        if (block.history_count != base_count + game.count || full_key(pos) != expected_key) {
             restore_game_position(game);
+            base_count = 0;
+        }
 
         game.plies[game.count++] = {move, static_cast<int16_t>(score), static_cast<int16_t>(depth)};
         if (score < -kAdjudicationScore) {

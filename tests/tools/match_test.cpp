@@ -65,6 +65,16 @@ protected:
         return plies;
     }
 
+    std::string pgn_of(int number, int player1_side) const {
+        std::FILE* out = std::tmpfile();
+        write_match_game(out, *game, number, player1_side);
+        std::rewind(out);
+        char text[512] = {};
+        (void)!std::fread(text, 1, sizeof text - 1, out);
+        std::fclose(out);
+        return text;
+    }
+
     EngineParams players[2];
     std::unique_ptr<MatchGame> game = std::make_unique<MatchGame>();
 };
@@ -91,23 +101,15 @@ TEST_F(MatchGames, GamesEndByTheRules) {
     EXPECT_EQ(thread_table[0]->history_count, 1);
 
     // The PGN form: Black's moves indented and ending the line; no move is "a1a1".
-    std::FILE* out = std::tmpfile();
-    write_match_game(out, *game, 7, kBlack);
-    parse_fen(thread_table[0]->pos, "7k/5Q2/6K1/8/8/8/8/8 b - -");
-    play_match_game(*game, players, kWhite);
-    write_match_game(out, *game, 8, kWhite);
-    std::rewind(out);
-    char text[512] = {};
-    (void)!std::fread(text, 1, sizeof text - 1, out);
-    std::fclose(out);
-    const std::string pgn = text;
-    EXPECT_EQ(pgn.rfind("[Event selfplay]\n[Game 7]\n[White \"Player2\"]\n[Black \"Player1\"]\n"
-                        "[Result \"1/2-1/2\"]\n",
-                        0),
-              0u);
-    EXPECT_NE(pgn.find("}   a1a1 {0.00/0}\n\n\n[Event selfplay]\n[Game 8]\n[White \"Player1\"]"),
-              std::string::npos);
-    EXPECT_EQ(pgn.substr(pgn.size() - 30), "\"1/2-1/2\"]\n   a1a1 {0.00/1}\n\n\n");  // searched: depth 1
+    const MatchPly& first = game->plies[0];
+    char white_move[32];
+    std::snprintf(white_move, sizeof white_move, "%s%s {%0.2f/%d}", square_names[move_from(first.move)],
+                  square_names[move_to(first.move)], first.score / 100.0, first.depth);
+    EXPECT_EQ(pgn_of(7, kBlack), "[Event selfplay]\n[Game 7]\n[White \"Player2\"]\n[Black \"Player1\"]\n"
+                                 "[Result \"1/2-1/2\"]\n" + std::string(white_move) + "   a1a1 {0.00/0}\n\n\n");
+    play("7k/5Q2/6K1/8/8/8/8/8 b - -");
+    const std::string stalemate = pgn_of(8, kWhite);
+    EXPECT_EQ(stalemate.substr(stalemate.find("[Black")), "[Black \"Player2\"]\n[Result \"1/2-1/2\"]\n   a1a1 {0.00/1}\n\n\n");
 }
 
 TEST_F(MatchGames, ThirdOccurrenceIsADraw) {
