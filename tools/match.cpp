@@ -125,7 +125,7 @@ bool play_match_game(MatchGame& game, const EngineParams* players, int player1_s
             game.result = side == kWhite ? kWhiteWon : kBlackWon;
             return true;
         }
-        if (pos.fifty_count >= 100 || move == kNoMove || game.count == kMaxMatchPlies) {
+        if (pos.fifty_count >= 100 || move == kNoMove || block.history_count >= kGameHistoryLimit) {
             game.result = kOtherResult;
             return true;
         }

@@ -21,9 +21,10 @@
 
 struct EngineParams;
 
-// Games longer than this are adjudicated drawn: the game position's history
-// must keep room for a search on top of the game.
-constexpr int kMaxMatchPlies = kGameHistoryLimit;
+// A game whose history reaches kGameHistoryLimit plies is adjudicated drawn
+// (the history must keep room for a search on top of the game); its record
+// holds those plies and the last, unplayed one.
+constexpr int kMaxMatchPlies = kGameHistoryLimit + 1;
 
 // One ply as the match records it: the move (0 when there was none), the
 // search score from the mover's view and the depth reached.

@@ -112,7 +112,7 @@ TEST_F(MatchGames, GamesEndByTheRules) {
     EXPECT_EQ(stalemate.substr(stalemate.find("[Black")), "[Black \"Player2\"]\n[Result \"1/2-1/2\"]\n   a1a1 {0.00/1}\n\n\n");
 }
 
-TEST_F(MatchGames, ThirdOccurrenceIsADraw) {
+TEST_F(MatchGames, RepetitionAndLengthDraws) {
     Position& pos = thread_table[0]->pos;
     parse_fen(pos, kStartFen);
     const char* knights[] = {"Nf3", "Nf6", "Ng1", "Ng8"};
@@ -125,6 +125,19 @@ TEST_F(MatchGames, ThirdOccurrenceIsADraw) {
     EXPECT_EQ(play_match_game(*game, players, kWhite), true);
     EXPECT_EQ(game->count, 1);
     EXPECT_EQ(game->plies[0].move, kNoMove);
+
+    // A game the history can hold no more of is drawn with its move unplayed.
+    while (thread_table[0]->history_count < kGameHistoryLimit - 2) {
+        Move move = kNoMove;
+        ASSERT_TRUE(parse_move(pos, knights[thread_table[0]->history_count % 4], &move));
+        make_move(pos, move);
+    }
+    pos.fifty_count = 0;  // no repetition or fifty-move draw can end it first
+    EXPECT_EQ(play_match_game(*game, players, kWhite), true);
+    EXPECT_EQ(game->count, 3);
+    EXPECT_NE(game->plies[2].move, kNoMove);
+    EXPECT_EQ(game->result, kOtherResult);
+    EXPECT_EQ(thread_table[0]->history_count, kGameHistoryLimit);
 }
 
 // ---- the real binary ----
