@@ -101,7 +101,7 @@ void make_move(Position& pos, Move move) {
 
     const HistoryEntry& entry = push_history(pos, h, move, piece_type(c));
 
-    pos.fifty_count++;
+    pos.fifty_count = uint8_t(pos.fifty_count + (pos.fifty_count < 255));  // stops at 255 rather than wrap
     pos.ep_square = kNoSquare;
     pos.castling &= uint8_t(~(castle_mask[from] | castle_mask[to]));
     pos.side_to_move = uint8_t(s ^ 1);
@@ -166,7 +166,7 @@ void unmake_move(Position& pos) {
 
 void make_null_move(Position& pos) {
     push_history(pos, *pos.owner, 0, 0);
-    pos.fifty_count++;
+    pos.fifty_count = uint8_t(pos.fifty_count + (pos.fifty_count < 255));  // stops at 255 rather than wrap
     pos.ep_square = kNoSquare;
     pos.side_to_move ^= 1;
 }

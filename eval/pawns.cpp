@@ -91,11 +91,11 @@ void compute_pawn_entry(const Position& pos, PawnHashEntry& e, EvalInfo* trace_i
             if (!passed && (bit & kOutpostRanks[s] & ~e.attack_span[o])) op += 4;
 
             if (!passed && !(front & pawns[o]) && r >= 3 && (bit & kPawnRanks)) {
-                // Enemy pawns that can still meet it, against the pawns that
-                // can help it through.
-                const Bitboard lanes = file_mask(f) | adjacent_files(file_mask(f));
-                const Bitboard beyond_stop = front_span(s, stop);
-                int enemies = popcount(pawns[o] & lanes & beyond_stop);
+                // Enemy pawns that can still meet it (beyond its stop square,
+                // on its own file and both neighbours), against the pawns
+                // beside it that can help it through.
+                const Bitboard beyond_stop = front_span(s, stop | adjacent_files(stop));
+                int enemies = popcount(pawns[o] & beyond_stop);
                 int helpers = popcount(pawns[s] & beside);
                 if (enemies <= helpers) e.candidates |= bit;
             }

@@ -4,10 +4,15 @@
 Legality, check and game end are decided by a third engine used only as an
 oracle ("go perft 1" lists the legal moves, "d" shows the FEN and checkers),
 so the referee shares no code with either player. Every illegal move, crash,
-time forfeit and protocol stall is counted and reported.
+time forfeit and protocol stall is counted and reported, and so is every
+printed principal variation ("info ... pv") and ponder move that cannot be
+played from the position searched (a warning; the game goes on).
 
 Example:
   scripts/uci_match.py --engine build/vorn --opponent /usr/games/glaurung \
+      --games 200 --time 10 --inc 0.1 --concurrency 2
+  scripts/uci_match.py --engine build/vorn --opponent /usr/games/stockfish \
+      --opponent-option UCI_LimitStrength true --opponent-option UCI_Elo 2400 \
       --games 200 --time 10 --inc 0.1 --concurrency 2
 """
 import argparse
@@ -30,6 +35,7 @@ class Engine:
                                      stderr=subprocess.DEVNULL, text=True, bufsize=1,
                                      cwd=os.environ.get("MATCH_WORKDIR", "/tmp"))
         self.lines = queue.Queue()
+        self.searching_from = None  # (fen, moves) of the search under way
         threading.Thread(target=self._pump, daemon=True).start()
         self.send("uci")
         self.wait_for("uciok", 10)
@@ -49,8 +55,9 @@ class Engine:
         except (BrokenPipeError, OSError):
             pass
 
-    def wait_for(self, prefix, timeout):
-        """Returns (line, seconds) of the first line starting with prefix, or (None, ...)."""
+    def wait_for(self, prefix, timeout, passed=None):
+        """Returns (line, seconds) of the first line starting with prefix, or (None, ...).
+        Lines passed over on the way are appended to `passed` when given."""
         start = time.monotonic()
         while True:
             left = timeout - (time.monotonic() - start)
@@ -64,6 +71,13 @@ class Engine:
                 return None, time.monotonic() - start
             if line.startswith(prefix):
                 return line, time.monotonic() - start
+            if passed is not None:
+                passed.append(line)
+
+    def start_search(self, fen, moves, go):
+        self.searching_from = (fen, list(moves))
+        self.send(f"position fen {fen}" + (" moves " + " ".join(moves) if moves else ""))
+        self.send(go)
 
     def ready(self, timeout):
         self.send("isready")
@@ -110,6 +124,17 @@ class Referee:
         checkers = next(l for l in info if l.startswith("Checkers")).split(":", 1)[1].strip()
         return set(legal), cur, bool(checkers)
 
+    def playable(self, fen, moves, line):
+        """How many moves of `line` can be played one after the other after
+        `moves`. The oracle stops at the first move that is not legal, so
+        the plies counted in its FEN tell how far it got."""
+        def plies(f):
+            fields = f.split()
+            return 2 * (int(fields[5]) - 1) + (fields[1] == "b")
+        self.proc.stdin.write(f"position fen {fen} moves " + " ".join(moves + line) + "\n")
+        after = next(l[5:] for l in self._ask("d", "Checkers") if l.startswith("Fen: "))
+        return plies(after) - plies(fen) - len(moves)
+
     def close(self):
         self.proc.stdin.write("quit\n")
         self.proc.stdin.flush()
@@ -132,6 +157,27 @@ def play_game(args, opening, engine_white, referee, stats):
     clock = {True: args.time, False: args.time}
     seen = {}
     pondering = {}  # engine name -> the move it is pondering on
+    warnings = {"vorn": 0, "opponent": 0}
+
+    def check_search(player, passed, bestmove_line):
+        """Warns about every printed line of the finished search (and its
+        ponder move) that cannot be played from the position it searched."""
+        base_fen, base_moves = player.searching_from
+        for text in passed:
+            words = text.split()
+            if not words or words[0] != "info" or "pv" not in words or words[1:2] == ["string"]:
+                continue
+            line = words[words.index("pv") + 1:]
+            if line and referee.playable(base_fen, base_moves, line) < len(line):
+                warnings[player.name] += 1
+                print(f"PV WARNING by {player.name}: {' '.join(line)!r} after "
+                      f"{' '.join(base_moves[-4:])!r} ({len(base_moves)} plies)", flush=True)
+        words = bestmove_line.split()
+        if len(words) >= 4 and words[2] == "ponder":
+            if referee.playable(base_fen, base_moves, words[1:2] + words[3:4]) == 1:
+                warnings[player.name] += 1
+                print(f"PONDER WARNING by {player.name}: {bestmove_line!r}", flush=True)
+
     for e in players.values():
         e.send("ucinewgame")
         e.ready(10)
@@ -163,13 +209,16 @@ def play_game(args, opening, engine_white, referee, stats):
             if guess is not None:
                 # A ponder miss: the stopped search still owes its bestmove.
                 mover.send("stop")
-                if mover.wait_for("bestmove", 5.0)[0] is None:
+                passed = []
+                stopped, _ = mover.wait_for("bestmove", 5.0, passed)
+                if stopped is None:
                     stats["stalls"][mover.name] += 1
                     result, reason = ("0-1" if white else "1-0"), "no bestmove after stop"
                     break
-            mover.send(f"position fen {fen}" + (" moves " + " ".join(moves) if moves else ""))
-            mover.send(go)
-        line, used = mover.wait_for("bestmove", clock[white] + 5.0)
+                check_search(mover, passed, stopped)
+            mover.start_search(fen, moves, go)
+        passed = []
+        line, used = mover.wait_for("bestmove", clock[white] + 5.0, passed)
         clock[white] -= used
         if line is None:
             crashed = mover.proc.poll() is not None
@@ -181,6 +230,7 @@ def play_game(args, opening, engine_white, referee, stats):
             result, reason = ("0-1" if white else "1-0"), "time forfeit"
             break
         clock[white] += args.inc
+        check_search(mover, passed, line)
         move = line.split()[1] if len(line.split()) > 1 else ""
         if move not in legal:
             stats["illegal"][mover.name] += 1
@@ -190,8 +240,7 @@ def play_game(args, opening, engine_white, referee, stats):
         moves.append(move)
         words = line.split()
         if mover.name in args.ponder and len(words) >= 4 and words[2] == "ponder":
-            mover.send(f"position fen {fen} moves " + " ".join(moves + [words[3]]))
-            mover.send(go + " ponder")
+            mover.start_search(fen, moves + [words[3]], go + " ponder")
             pondering[mover.name] = words[3]
         if len(moves) > 600:
             result, reason = "1/2-1/2", "move cap"
@@ -199,8 +248,11 @@ def play_game(args, opening, engine_white, referee, stats):
         code = e.close()
         if code not in (0, None):
             stats["bad_exit"][e.name] += 1
+    for name, count in warnings.items():
+        stats["pv_warnings"][name] += count
+        stats["games_with_pv_warnings"][name] += count > 0
     score = {"1-0": 1.0, "0-1": 0.0, "1/2-1/2": 0.5}[result]
-    return score if engine_white else 1.0 - score, reason, len(moves)
+    return score if engine_white else 1.0 - score, reason, len(moves), warnings
 
 
 def load_openings(path, count):
@@ -238,7 +290,8 @@ def main():
 
     openings = load_openings(args.openings, (args.games + 1) // 2)
     stats = {k: {"vorn": 0, "opponent": 0} for k in
-             ("illegal", "forfeits", "crashes", "stalls", "bad_exit")}
+             ("illegal", "forfeits", "crashes", "stalls", "bad_exit", "pv_warnings",
+              "games_with_pv_warnings")}
     results = []
     jobs = queue.Queue()
     for g in range(args.games):
@@ -252,11 +305,12 @@ def main():
                 g, opening, white = jobs.get_nowait()
             except queue.Empty:
                 break
-            score, reason, plies = play_game(args, opening, white, referee, stats)
+            score, reason, plies, warned = play_game(args, opening, white, referee, stats)
             with lock:
                 results.append(score)
                 print(f"game {g + 1}: vorn {'white' if white else 'black'} "
-                      f"score {score} ({reason}, {plies} plies)", flush=True)
+                      f"score {score} ({reason}, {plies} plies, PV warnings: vorn "
+                      f"{warned['vorn']}, opponent {warned['opponent']})", flush=True)
         referee.close()
 
     workers = [threading.Thread(target=worker) for _ in range(args.concurrency)]
@@ -271,7 +325,7 @@ def main():
     for k, v in stats.items():
         print(f"{k}: vorn {v['vorn']}, opponent {v['opponent']}")
     bad = stats["illegal"]["vorn"] + stats["forfeits"]["vorn"] + stats["crashes"]["vorn"] \
-        + stats["stalls"]["vorn"] + stats["bad_exit"]["vorn"]
+        + stats["stalls"]["vorn"] + stats["bad_exit"]["vorn"] + stats["pv_warnings"]["vorn"]
     return 1 if bad else 0
 
 

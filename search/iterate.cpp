@@ -8,6 +8,7 @@
 #include <mutex>
 #include <thread>
 
+#include "board/legal_line.h"
 #include "board/make_move.h"
 #include "board/movegen.h"
 #include "board/notation.h"
@@ -67,9 +68,17 @@ void sleep_ms(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms
 int clamp_low(int a) { return a < -9697 ? -10000 : a; }
 int clamp_high(int b) { return b >= 9697 ? 10000 : b; }
 
+// The search's line can hold moves left over from other lines (a node that
+// returns early keeps what an earlier visit wrote). What is printed or
+// published ends before the first move that cannot be played from the root.
+void cut_to_legal(const ThreadData& td, uint16_t* line) {
+    line[1 + legal_line_length(td.root_position, line + 1, kMaxPly - 2)] = 0;
+}
+
 void print_root_line(ThreadData& td, int pv_index, int depth) {
     uint16_t line[kMaxPly];
     save_root_pv(td, line);
+    cut_to_legal(td, line);
     print_search_line(td.thread_index, pv_index, depth, td.root_score.load(std::memory_order_relaxed), line);
 }
 
@@ -93,6 +102,7 @@ void publish_result(ThreadData& td) {
     int score = td.root_score.load(std::memory_order_relaxed);
     uint16_t line[kMaxPly];
     save_root_pv(td, line);
+    cut_to_legal(td, line);
     {
         std::lock_guard<std::mutex> lock(result_lock);
         SearchResult& r = search_result;
@@ -327,6 +337,7 @@ void iterative_deepening(int thread_index) {
     // 1. The root's stack entry (the ordering memories follow below, once
     // it is clear that there will be a search: the tuner's depth-0 runs
     // evaluate one root after another and need none of them).
+    td.root_position = pos;
     td.ply = 1;
     td.root_pv[1] = 0;
     SearchStackEntry& root = td.stack[1];
@@ -408,6 +419,7 @@ void iterative_deepening(int thread_index) {
             if (result >= 0) root_tb_move = move;
         }
         if (result < 0) result = tb_probe_wdl(pos, 70);
+        if (result >= 0) bump(td.tb_hits);
         int tb_score = result == 4 ? 9799 : (result == 0 ? -9800 : 0);
         root_tb_score[side] = tb_score;
         root_tb_score[side ^ 1] = -tb_score;

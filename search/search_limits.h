@@ -24,3 +24,15 @@ extern SearchLimits limits;
 // Largest iteration depth and MultiPV count the root search can handle.
 inline constexpr int kMaxDepthLimit = 66;
 inline constexpr int kMaxMultiPv = 255;
+
+// Times per move at or above this stand for "no time limit": "go depth",
+// "go nodes" and "go infinite", console analysis and the -d switch use such
+// values.
+inline constexpr double kUnlimitedMoveTime = 10000.0;
+
+// True when the limits end a search by themselves: a clock, a time per move,
+// a node count, or a depth below the cap.
+inline bool has_finite_limit(const SearchLimits& l) {
+    return l.time_mode != 1 || l.move_time < kUnlimitedMoveTime || l.node_limit != 0 ||
+           l.max_depth < kMaxDepthLimit;
+}

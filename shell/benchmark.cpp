@@ -39,7 +39,7 @@ const char* const bench_positions[kBenchPositionCount] = {
     "r2q3r/1p1bbQ2/4p1Bk/3pP3/1n1P1P1p/pP6/Pn4PP/R1B1R1K1 w - -",
 };
 
-void run_benchmark(int positions) {
+void run_benchmark(int positions, bool summary) {
     if (positions < 0) positions = 0;
     if (positions > kBenchPositionCount) positions = kBenchPositionCount;
     ThreadData* game = thread_table[0];
@@ -57,7 +57,11 @@ void run_benchmark(int positions) {
         parse_fen(game->pos, bench_positions[i]);
         tt_clear();
         read_clock(1);
+        // Searched as a normal search, so that "stop" (and "quit") typed
+        // meanwhile end this position's search as they would in play.
+        shell.start_request = 1;
         prepare_search();
+        shell.start_request = 0;
         if (shell.pbench) {
             limits.max_depth = 17;
             iterative_deepening(0);
@@ -69,6 +73,7 @@ void run_benchmark(int positions) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
             }
         }
+        shell.search_mode = 0;
         double seconds = elapsed_now();
         sum_counters();
         total_nodes += double(search_result.nodes);
@@ -77,4 +82,5 @@ void run_benchmark(int positions) {
     }
     send_linef("total time= %0.2f seconds, nodes= %.0f, nps= %.0f", total_seconds, total_nodes,
                total_nodes / total_seconds);
+    if (summary) send_linef("nodes %.0f nps %.0f", total_nodes, total_nodes / total_seconds);
 }

@@ -10,4 +10,6 @@ extern const char* const bench_positions[kBenchPositionCount];
 // "pos %2d: %6.2f seconds" line per position and the total line. With
 // shell.pbench set the main thread searches block 0 itself; otherwise the
 // workers search while input and the clock are polled every millisecond.
-void run_benchmark(int positions);
+// With `summary` a last line "nodes N nps N" follows, in the form test
+// frameworks read.
+void run_benchmark(int positions, bool summary = false);

@@ -28,6 +28,9 @@ void parse_command_line(int argc, const char* const* argv, CommandLine& line) {
             line.uci_extra = 1;
         } else if (is("-bench")) {
             line.bench_positions = 10;
+        } else if (is("bench")) {
+            line.bench_positions = 10;
+            line.bench_summary = true;
         } else if (is("-bench2")) {
             line.bench_positions = 20;
         } else if (is("-pbench")) {

@@ -20,6 +20,7 @@ struct CommandLine {
     int hash_mb = 64;
     int threads = 1;
     int bench_positions = 0;     // 10 or 20 when a benchmark switch was given
+    bool bench_summary = false;  // the word "bench": a last line "nodes N nps N"
     int scan_mode = 0;           // 1..4 for the exact -scan_pgn1 .. -scan_pgn4
     bool scan_given = false;
     bool anepd_given = false;
@@ -31,8 +32,9 @@ struct CommandLine {
 };
 
 // Reads the words of the command line (argv[0] is the program and is skipped).
-// Words that are not switches are ignored; a switch that needs a value but is
-// the last word is ignored.
+// Words that are not switches are ignored, except "bench", which runs the
+// benchmark as test frameworks such as OpenBench call it; a switch that needs
+// a value but is the last word is ignored.
 void parse_command_line(int argc, const char* const* argv, CommandLine& line);
 
 // The one mode to run, checked in the engine's fixed order.

@@ -18,6 +18,7 @@
 #include "search/reductions.h"
 #include "search/search.h"
 #include "search/search_result.h"
+#include "search/search_trace.h"
 #include "search/search_limits.h"
 #include "search/threads.h"
 #include "search/time_manager.h"
@@ -290,7 +291,8 @@ void execute_console_command(const char* line) {
         abandon_search_and_wait();
         if (build_book()) set_game_fen(kStartFen);
     } else if (is("trace")) {
-        send_linef("%s is not available in this build", words[0]);
+        abandon_search_and_wait();
+        set_search_trace(static_cast<int>(read_clamped(words[1], 0, INT16_MAX)));
     } else if (is("tune")) {
         if (words[1][0]) tune_keeping_game(words[1]);
     } else if (is("move")) {

@@ -1,6 +1,7 @@
 #include "shell/console_editor.h"
 
 #include <cstring>
+#include <string>
 
 #include "board/position.h"
 #include "shell/console_commands.h"
@@ -61,10 +62,12 @@ void edit_position() {
     send_line("w  Pa2 Pb2 Kc2       white, pieces");
     send_line("b  Pa7 Pb7 Kc7       black, pieces");
     Position& pos = game_position();
+    std::string typed;
     char line[78];
     // The editor's lines come through the same reader as commands, so lines
     // typed ahead are not lost; the end of input ends the editing too.
-    while (wait_for_line(console_input, line, sizeof line)) {
+    while (wait_for_line(console_input, typed)) {
+        copy_text(line, sizeof line, typed.c_str());
         if (line[0] == '.') break;
         edit_line(pos, line);
     }

@@ -5,7 +5,6 @@
 #include <thread>
 
 #include "board/make_move.h"
-#include "board/movegen.h"
 #include "search/threads.h"
 #include "core/shell_state.h"
 
@@ -14,16 +13,6 @@ void set_game_fen(const char* fen) {
     parse_fen(block.pos, fen);
     block.last_move = 0;
     block.history[block.history_count].move = 0;
-}
-
-bool is_playable_move(const Position& pos, Move move) {
-    if (move == kNoMove) return false;
-    MoveEntry list[kMaxMoves];
-    generate_all(pos, list);
-    for (const MoveEntry* entry = list; entry->move != kMoveListEnd; ++entry) {
-        if (entry->move == move) return is_legal(pos, pos.side_to_move, move);
-    }
-    return false;
 }
 
 bool game_history_has_room() { return game_block().history_count < kGameHistoryLimit; }
@@ -39,8 +28,11 @@ bool play_game_move(Move move) {
 bool compact_game_history() {
     ThreadData& block = game_block();
     const int count = block.history_count;
-    const int keep = block.pos.fifty_count < count ? block.pos.fifty_count : count;
-    if (keep >= count) return false;
+    if (count == 0) return false;
+    // fifty_count stops at 255, far below the history's capacity, so keeping
+    // the moves since the last irreversible one always makes room; the oldest
+    // entry goes in any case.
+    const int keep = block.pos.fifty_count < count ? block.pos.fifty_count : count - 1;
     std::memmove(block.history, block.history + (count - keep), sizeof(HistoryEntry) * keep);
     block.history_count = static_cast<int16_t>(keep);
     block.history[keep].move = 0;

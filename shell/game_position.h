@@ -3,6 +3,7 @@
 // guarded ways of changing it: the history never grows past
 // kGameHistoryLimit, and only legal moves of the side to move are played.
 
+#include "board/legal_line.h"
 #include "board/position.h"
 #include "board/searchable.h"
 #include "board/types.h"
@@ -15,7 +16,7 @@ inline Position& game_position() { return thread_table[0]->pos; }
 void set_game_fen(const char* fen);
 
 // True when move is a legal move of the side to move in pos.
-bool is_playable_move(const Position& pos, Move move);
+inline bool is_playable_move(const Position& pos, Move move) { return is_legal_move(pos, move); }
 
 // True while the game history can take another move.
 bool game_history_has_room();
@@ -25,9 +26,10 @@ bool game_history_has_room();
 bool play_game_move(Move move);
 
 // Drops the history entries from before the last capture, pawn move or
-// castling: nothing can repeat across those, so a game the interface sends
-// move by move may go on past the history's capacity. Returns false when no
-// entry could be dropped. Taken-back moves can no longer reach past it.
+// castling (at least the oldest one): nothing can repeat across those, so a
+// game the interface sends move by move may go on past the history's
+// capacity. Returns false only for an empty history. Taken-back moves can no
+// longer reach past it.
 bool compact_game_history();
 
 // The move taken back last that "]" would replay (a legal move of the side to

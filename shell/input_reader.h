@@ -1,20 +1,27 @@
 #pragma once
 // Non-blocking line reader for standard input (or any descriptor). Complete
 // lines are queued and handed out one at a time; a line whose end has not
-// arrived yet waits in the queue's tail. Every buffer is bounded: a line
-// longer than kMaxCommandLength is cut there and the rest of it dropped.
+// arrived yet waits in the queue's tail. A line feed, a carriage return (so
+// CR LF ends one line) or a zero byte ends a line, and so does '@'; a tab
+// reads as a blank. Every buffer is bounded: a line longer than
+// kMaxCommandLength is dropped whole and reported as such, never cut.
 
 #include <cstddef>
+#include <string>
 
-constexpr int kMaxCommandLength = 4095;
+// Far above the longest real command (a "position" line of a 10,000-ply game
+// takes about 50 KB).
+constexpr int kMaxCommandLength = 256 * 1024 - 1;
 
 struct InputReader {
     int fd = 0;
     bool end_of_input = false;   // read() returned 0 or failed for good
     bool skipping = false;       // dropping the rest of an over-long line
-    int length = 0;              // bytes used in text
+    int head = 0;                // start of the first queued line in text
+    int length = 0;              // end of the bytes used in text
     int partial_length = 0;      // bytes of the unfinished line at the end of text
-    // Complete lines, each ended by '@', then the unfinished line.
+    // Complete lines, each ended by '@', then the unfinished line. A dropped
+    // over-long line is queued as a lone line feed, which no line can hold.
     char text[2 * (kMaxCommandLength + 1) + 2] = {};
 };
 
@@ -27,23 +34,22 @@ bool input_available(const InputReader& reader);
 // Reads what is waiting, without blocking, and queues the complete lines.
 void fill_queue(InputReader& reader);
 
-// Takes the first complete, non-empty line off the queue into command (cut at
-// its first carriage return). Once the input has ended, an unfinished last line
-// counts as complete. Returns false when no line is waiting.
-bool take_command(InputReader& reader, char* command, std::size_t size);
+enum class TakenLine { none, line, overlong };
 
-// True when a complete line is queued (or the input has ended), so that the
-// next take_command or input_exhausted call has something to report.
-bool line_ready(const InputReader& reader);
+// Takes the first complete, non-empty line off the queue into `line`. Once
+// the input has ended, an unfinished last line counts as complete. Returns
+// none when no line is waiting, overlong (with `line` empty) for a line that
+// was too long to keep.
+TakenLine take_line(InputReader& reader, std::string& line);
 
 // Waits at most `milliseconds` for input to arrive; returns at once when a
-// line is already queued or the input has ended (never spins on a closed input).
+// line is already queued. After the end of input it simply sleeps, so a
+// caller polling in a loop never spins.
 void wait_for_input(const InputReader& reader, int milliseconds);
 
 // True once the input has ended and every queued line has been taken.
 bool input_exhausted(const InputReader& reader);
 
-
-// Like take_command, but waits (blocking) until a line arrives. Returns false
-// only when the input has ended with nothing left.
-bool wait_for_line(InputReader& reader, char* command, std::size_t size);
+// Like take_line, but waits (blocking) until a line arrives; over-long lines
+// are passed over. Returns false only when the input has ended with nothing left.
+bool wait_for_line(InputReader& reader, std::string& line);

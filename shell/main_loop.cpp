@@ -77,6 +77,19 @@ void continue_self_play() {
     shell.start_request = 1;
 }
 
+// Standard input has ended, so no "stop" or "ponderhit" can come any more.
+// Every "go" still gets its answer: a search that ends by its own limits
+// runs on and is reported; a ponder search or one without a finite limit is
+// stopped and reported now. The engine leaves once nothing is owed.
+void finish_after_end_of_input() {
+    if (shell.start_request == 0 && shell.search_mode == 0) {
+        shell.quit_requested = 1;
+    } else if (shell.search_mode != 0 && (shell.search_mode == 2 || !has_finite_limit(limits))) {
+        if (stop_signal == 0) stop_signal = 1;
+        if (shell.search_mode == 2) shell.search_mode = 1;
+    }
+}
+
 }  // namespace
 
 void report_search() {
@@ -118,6 +131,7 @@ void run_normal_play() {
             if (shell.quit_requested) break;
         }
         if (shell.start_request != 0 && shell.search_mode == 0) start_search();
+        if (input_exhausted(console_input)) finish_after_end_of_input();
         if (shell.search_mode != 0 && shell.search_mode != 2 && count_searching() == 0)
             report_search();
     }

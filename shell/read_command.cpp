@@ -1,6 +1,9 @@
 #include "shell/read_command.h"
 
+#include <string>
+
 #include "shell/console_commands.h"
+#include "core/output.h"
 #include "core/shell_state.h"
 #include "shell/input_reader.h"
 #include "shell/uci.h"
@@ -10,21 +13,21 @@
 
 void read_command() {
     fill_queue(console_input);
-    char command[kMaxCommandLength + 1];
-    if (!take_command(console_input, command, sizeof command)) {
-        if (input_exhausted(console_input)) {
-            // The interface closed our input: nobody is left to read a result,
-            // so a search of the main loop is abandoned. A tool (such as the
-            // benchmark run with its input closed) keeps working.
-            if (shell.search_mode != 0) stop_signal = 2;
-            shell.quit_requested = 1;
-        }
-        return;
+    std::string command;
+    switch (take_line(console_input, command)) {
+        case TakenLine::none:
+            return;
+        case TakenLine::overlong:
+            send_linef("%sinput line longer than %d bytes ignored",
+                       shell.protocol_mode == 2 ? "info string " : "", kMaxCommandLength);
+            return;
+        case TakenLine::line:
+            break;
     }
-    if (shell.protocol_mode == 2 || std::strcmp(next_token(command).text, "uci") == 0)
-        execute_uci_command(command);
+    if (shell.protocol_mode == 2 || std::strcmp(next_token(command.c_str()).text, "uci") == 0)
+        execute_uci_command(command.c_str());
     else
-        execute_console_command(command);
+        execute_console_command(command.c_str());
 }
 
 void read_command_for_tool() {

@@ -3,8 +3,8 @@
 
 // Queues waiting standard input, then executes at most one line through the
 // UCI interpreter (UCI mode, or the word "uci" in console mode) or the console
-// commands. Returns at once when no complete line is waiting. When standard
-// input has ended and every line is done, asks for shutdown as "quit" does.
+// commands. Returns at once when no complete line is waiting. A line too long
+// to keep is reported in one line and not executed.
 void read_command();
 
 // read_command for a tool run (the EPD runner, the tuner): the end of the

@@ -97,7 +97,7 @@ void run_mode(RunMode mode, const CommandLine& line) {
             run_match(shell.match_file);
             break;
         case RunMode::benchmark:
-            run_benchmark(line.bench_positions);
+            run_benchmark(line.bench_positions, line.bench_summary);
             break;
         case RunMode::tuner:
             shell.noise = 1000.0;

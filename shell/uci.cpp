@@ -1,6 +1,7 @@
 #include "shell/uci.h"
 
 #include <cstring>
+#include <string>
 
 #include "board/notation.h"
 #include "search/search_limits.h"
@@ -33,9 +34,9 @@ void new_game() {
 }
 
 // Plays the move words after "moves". A word that is not a legal move of the
-// side to move ends the list. A game longer than the history holds keeps
-// only the history since its last irreversible move; when even that is full,
-// the rest of the list is refused.
+// side to move ends the list. A game longer than the history holds keeps its
+// latest moves: the entries dropped lie before the last irreversible move,
+// where no repetition can reach.
 void play_move_list(const char* list) {
     char word[kCommandWordSize];
     const char* p = list;
@@ -56,31 +57,27 @@ void play_move_list(const char* list) {
             break;
         }
         if (!game_history_has_room()) compact_game_history();
-        if (!play_game_move(move)) {
-            send_linef("info string game history is full, moves from %s on are ignored", word);
-            break;
-        }
+        play_game_move(move);
     }
 }
 
 void set_position(const char* arguments) {
-    char text[kMaxCommandLength + 1];
-    copy_text(text, sizeof text, arguments);
-    const char* move_list = nullptr;
-    if (char* moves = std::strstr(text, "moves")) {
-        *moves = '\0';
-        move_list = moves[5] ? moves + 6 : moves + 5;
-    }
-    if (std::strstr(text, "startpos")) {
+    // The part before "moves" names the position; only it is copied (a FEN
+    // is short), the move list is read where it stands, however long.
+    const char* moves = std::strstr(arguments, "moves");
+    const std::size_t head_length = moves ? static_cast<std::size_t>(moves - arguments) : std::strlen(arguments);
+    char head[kFenBufferSize + 32];
+    copy_text(head, head_length + 1 < sizeof head ? head_length + 1 : sizeof head, arguments);
+    if (std::strstr(head, "startpos")) {
         set_game_fen(kStartFen);
-    } else if (const char* fen = std::strstr(text, "fen")) {
+    } else if (const char* fen = std::strstr(head, "fen")) {
         fen += 3;
         if (*fen) ++fen;
         set_game_fen(fen);
     } else {
         return;
     }
-    if (move_list) play_move_list(move_list);
+    if (moves) play_move_list(moves[5] ? moves + 6 : moves + 5);
     game_block().history[game_block().history_count].move = 0;
 }
 
@@ -111,20 +108,24 @@ void start_go(const char* arguments) {
         limits.increment = seconds(keyword_value(arguments, "winc"));
     if (find_after(arguments, "binc") && side == 1)
         limits.increment = seconds(keyword_value(arguments, "binc"));
+    // The values are taken as they come: "depth 0" evaluates the root only,
+    // "nodes 0" sets no node limit, "movestogo 0" leaves the whole clock for
+    // this move's period. Values beyond what a field can hold saturate; a
+    // negative value reads as 0.
     if (const char* value = find_after(arguments, "movestogo")) {
         limits.time_mode = 40;
-        limits.moves_to_go = static_cast<int16_t>(read_clamped(value, 1, 10000));
+        limits.moves_to_go = static_cast<int16_t>(read_clamped(value, 0, INT16_MAX));
         limits.max_depth = kMaxDepthLimit;
         limits.node_limit = 0;
     }
     if (const char* value = find_after(arguments, "depth")) {
-        limits.max_depth = static_cast<uint8_t>(read_clamped(value, 1, kMaxDepthLimit));
+        limits.max_depth = static_cast<uint8_t>(read_clamped(value, 0, kMaxDepthLimit));
         limits.time_mode = 1;
         limits.move_time = 360000.0;
     }
     if (const char* value = find_after(arguments, "nodes")) {
         limits.time_mode = 1;
-        limits.node_limit = static_cast<uint64_t>(read_clamped(value, 1, INT64_MAX));
+        limits.node_limit = static_cast<uint64_t>(read_clamped(value, 0, INT64_MAX));
         limits.move_time = 10000000.0;
     }
     if (const char* value = find_after(arguments, "movetime")) {
@@ -146,7 +147,7 @@ void start_go(const char* arguments) {
 void execute_uci_command(const char* line) {
     Token command = next_token(line);
     if (command.text[0] == '\0') return;
-    if (shell.log_enabled) send_linef("CMD: %s", line);
+    if (shell.log_enabled) send_line(("CMD: " + std::string(line)).c_str());  // whole, however long
 
     auto is = [&command](const char* name) { return std::strcmp(command.text, name) == 0; };
     if (is("uci")) {

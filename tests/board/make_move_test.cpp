@@ -3,6 +3,7 @@
 #include <random>
 #include <vector>
 
+#include "board/legal_line.h"
 #include "board/make_move.h"
 #include "board/movegen.h"
 #include "tests/board/board_fixture.h"
@@ -133,6 +134,47 @@ TEST_F(MakeMoveTest, LegalityEdgeCases) {
     EXPECT_TRUE(is_legal(pos, kWhite, sq_move("e2e7")));
     EXPECT_FALSE(is_legal(pos, kWhite, sq_move("e2d2")));
     EXPECT_FALSE(is_legal(pos, kWhite, 0));
+}
+
+// Moves from outside the generator (a command, a table, a kept line) are
+// checked against it; a line stops at its first move that cannot be played.
+TEST_F(MakeMoveTest, LegalLinesFromOutside) {
+    struct Case {
+        const char* fen;
+        std::vector<const char*> line;
+        int playable;
+    } cases[] = {
+        {kStartFen, {"e2e4", "e7e5", "g1f3"}, 3},
+        {kStartFen, {"e2e4", "e2e4"}, 1},                              // the pawn has gone
+        {"4k3/4r3/8/8/8/8/4B3/4K3 w - - 0 1", {"e2d3"}, 0},             // pinned bishop
+        {"6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1", {"d1d8", "g8h7"}, 1},  // nothing after mate
+        {"6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1", {"d1d8", "g1h1"}, 1},  // not even the mover's
+    };
+    for (const Case& c : cases) {
+        set(c.fen);
+        const Position before = pos;
+        std::vector<uint16_t> line;
+        for (const char* m : c.line) line.push_back(sq_move(m));
+        line.push_back(0);
+        EXPECT_EQ(legal_line_length(pos, line.data(), 10), c.playable) << c.fen;
+        EXPECT_TRUE(same_position(pos, before));
+        EXPECT_EQ(history->history_count, 0);
+    }
+    set(kStartFen);
+    const uint16_t line[] = {sq_move("e2e4"), sq_move("e7e5"), 0};
+    EXPECT_EQ(legal_line_length(pos, line, 1), 1);
+    EXPECT_FALSE(is_legal_move(pos, 0));
+}
+
+// The byte that counts moves since the last capture or pawn move stops at
+// 255 rather than wrap to 0 in a longer game.
+TEST_F(MakeMoveTest, FiftyCountStopsAt255) {
+    set(kStartFen);
+    const char* shuffle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
+    for (int i = 0; i < 300; i++) make_move(pos, sq_move(shuffle[i % 4]));
+    EXPECT_EQ(pos.fifty_count, 255);
+    make_null_move(pos);
+    EXPECT_EQ(pos.fifty_count, 255);
 }
 
 TEST_F(MakeMoveTest, GivesCheckKinds) {

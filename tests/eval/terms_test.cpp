@@ -92,13 +92,42 @@ TEST(PawnStructure, DoubledConnectedProtected) {
 }
 
 TEST(PawnStructure, PassedAndCandidateSets) {
-    // White: a5 passed; e5 against f7 with d5 beside it is a candidate.
+    // The candidate test counts enemy pawns on the ranks beyond the stop
+    // square, on the pawn's own file and both neighbours, against own pawns
+    // beside it. In these pawn endings (stage 24) the candidate term is the
+    // only passer term: ((r - 2) x 32 + 24 x d) x pawn_candidate / 256, with
+    // d the enemy king's distance to the square two ahead.
+    struct Case {
+        const char* fen;
+        Bitboard passed, candidates;
+        int white_en, black_en;  // evaluate_passers' endgame terms
+    } cases[] = {
+        // d7 stands beyond e6 on a neighbouring file and nothing helps e5.
+        {"1k6/3p4/8/4P3/8/8/8/6K1 w - -", 0, 0, 0, 0},
+        // With d5 beside it, e5 may go through (d5 itself faces d7).
+        {"1k6/3p4/8/3PP3/8/8/8/6K1 w - -", 0, square_bit(36), (2 * 32 + 24 * 3) * 48 / 256, 0},
+        // Two enemies against one helper: no candidate.
+        {"1k6/3p1p2/8/3PP3/8/8/8/6K1 w - -", 0, 0, 0, 0},
+        // d6 stands on the stop square's rank, not beyond it.
+        {"1k6/8/3p4/4P3/8/8/8/6K1 w - -", 0, square_bit(36), (2 * 32 + 24 * 3) * 48 / 256, 0},
+        // Black's mirror images.
+        {"6k1/8/8/8/4p3/8/3P4/1K6 b - -", 0, 0, 0, 0},
+        {"6k1/8/8/8/3pp3/8/3P4/1K6 b - -", 0, square_bit(28), 0, (2 * 32 + 24 * 3) * 48 / 256},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(pawn_entry(c.fen).candidates, c.candidates) << c.fen;
+        Scratch s(c.fen);
+        EXPECT_EQ(s.info.pawn_entry->passed, c.passed) << c.fen;
+        evaluate_passers(s.info);
+        EXPECT_EQ(s.info.pos_en[0], c.white_en) << c.fen;
+        EXPECT_EQ(s.info.pos_en[1], c.black_en) << c.fen;
+        EXPECT_EQ(s.info.pos_op[0] + s.info.pos_op[1], 0) << c.fen;
+    }
+    // White: a5 passed; e5 against f7 with d5 beside it is a candidate;
+    // passers are not candidates.
     PawnHashEntry e = pawn_entry("4k3/5p2/8/P2PP3/8/8/8/4K3 w - -");
-    EXPECT_TRUE(e.passed & square_bit(32));        // a5
-    EXPECT_FALSE(e.passed & square_bit(36));       // e5: f7 guards e6
-    EXPECT_TRUE(e.candidates & square_bit(36));
-    EXPECT_FALSE(e.candidates & square_bit(32));   // passers are not candidates
-    EXPECT_FALSE(e.passed & square_bit(53));       // f7 faces d5 and e5
+    EXPECT_EQ(e.passed, square_bit(32) | square_bit(35));
+    EXPECT_EQ(e.candidates, square_bit(36));
     // A pawn with an enemy pawn straight ahead is never a candidate.
     PawnHashEntry blocked = pawn_entry("4k3/4p3/8/4P3/8/8/8/4K3 w - -");
     EXPECT_EQ(blocked.candidates, 0u);

@@ -5,6 +5,8 @@
 #include <sstream>
 #include <string>
 
+#include "tests/shell/engine_process.h"
+
 namespace {
 
 // Runs the engine binary with the arguments and returns its standard output.
@@ -51,6 +53,31 @@ TEST(Benchmark, PrintsItsLinesAndRepeatsItsNodeCount) {
     EXPECT_NE(nodes, "0");
     // One thread searching to a fixed depth is deterministic.
     EXPECT_EQ(total_nodes(run_engine("-bench -d 7")), nodes);
+    // "bench", as test frameworks call it, runs the same and ends with the
+    // line they read.
+    out = run_engine("bench -d 7");
+    EXPECT_EQ(total_nodes(out), nodes);
+    EXPECT_NE(out.find("\nnodes " + nodes + " nps "), std::string::npos) << out;
+    EXPECT_EQ(out.back(), '\n');
+    EXPECT_EQ(out.find('\n', out.find("\nnodes ") + 1), out.size() - 1) << out;
+}
+
+// "stop" and "quit" typed during the benchmark end the current position's
+// search early; the benchmark goes on with the next position.
+TEST(Benchmark, StopAndQuitEndEachPositionEarly) {
+    for (const char* command : {"stop", "quit"}) {
+        EngineProcess engine({"-bench", "-hash", "4", "-nolog"});
+        ASSERT_GE(engine.wait_for("running benchmark\n", 10), 0);
+        const auto start = std::chrono::steady_clock::now();
+        while (engine.output().find("total time= ") == std::string::npos &&
+               std::chrono::steady_clock::now() - start < std::chrono::seconds(10)) {
+            engine.send(command);
+            engine.drain(0.02);
+        }
+        EXPECT_EQ(engine.wait_exit(10), 0) << command;
+        EXPECT_EQ(count_position_lines(engine.output()), 10) << command << "\n" << engine.output();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10)) << command;
+    }
 }
 
 TEST(Benchmark, TwentyPositionsWithBench2) {

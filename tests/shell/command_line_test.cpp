@@ -48,6 +48,11 @@ TEST(CommandLine, OneModeRunsInTheFixedOrder) {
     CommandLine pbench = parse({"-pbench"});
     EXPECT_EQ(pbench.pbench, 1);
     EXPECT_EQ(pbench.bench_positions, 10);
+    // "bench" is the one word that is not a switch and still counts.
+    CommandLine word = parse({"bench"});
+    EXPECT_EQ(choose_run_mode(word), RunMode::benchmark);
+    EXPECT_TRUE(word.bench_summary);
+    EXPECT_FALSE(parse({"-bench"}).bench_summary);
 }
 
 }  // namespace

@@ -11,7 +11,7 @@
 
 namespace {
 
-const char* const kStartBoard =
+const std::string kStartBoard =
     "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -\n"
     " r n b q k b n r\n o o o o o o o o\n"
     " - + - + - + - +\n + - + - + - + -\n - + - + - + - +\n + - + - + - + -\n"
@@ -149,6 +149,29 @@ TEST(Console, EditorKeepsOnlyCastlingRightsItsPiecesSupport) {
 }  // namespace
 
 namespace {
+
+// "trace N" writes every move the search makes down to ply N to trace.txt,
+// a block per iteration, the replies indented under their move, null moves
+// as "null". "tune" without a name does nothing at all.
+TEST(ConsoleSearch, TraceWritesTheSearchTreeAndTuneWithoutANameIsSilent) {
+    EngineProcess engine({"-c", "-hash", "1"});
+    engine.send("tune\nbd\ntrace 2\ngo 4");
+    ASSERT_GE(engine.wait_for("TB=0K\n\n", 20), 0) << engine.output();
+    engine.send("quit");
+    EXPECT_EQ(engine.wait_exit(10), 0);
+    const std::string& out = engine.output();
+    EXPECT_EQ(out.find(kStartBoard), 0u) << out;
+    EXPECT_EQ(out.find(kStartBoard, 1), out.find_first_not_of('\n', kStartBoard.size())) << out;
+    const std::string trace = engine.read_file("trace.txt");
+    expect_in_order(trace, {"\n\nSEARCH DEPTH= 1\n( 1)", "\n\nSEARCH DEPTH= 4\n\n( 4)"});
+    EXPECT_EQ(count_of(trace, "SEARCH DEPTH="), 4u);
+    EXPECT_TRUE(std::regex_search(trace, std::regex("\n\\( [1-4]\\)[a-h][1-8][a-h][1-8] "
+                                                    "\\( [0-3]\\)[a-h][1-8][a-h][1-8] \n {9}\\( [0-3]\\)"
+                                                    "[a-h][1-8][a-h][1-8] \n")))
+        << trace.substr(0, 2000);
+    EXPECT_NE(trace.find(")null "), std::string::npos);
+    EXPECT_EQ(trace.find("\n                  "), std::string::npos);  // nothing below ply 2
+}
 
 TEST(ConsoleSearch, SearchesReportAndSelfPlayStopsWhenNoMoveIsLeft) {
     EngineProcess engine({"-c", "-hash", "1"});

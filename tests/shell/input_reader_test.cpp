@@ -43,12 +43,15 @@ struct PipeReader {
         if (fds[1] >= 0) close(fds[1]);
         fds[1] = -1;
     }
-    // One reader call: queue what waits, take at most one line ("<none>").
+    // One reader call: queue what waits, take at most one line ("<none>",
+    // "<overlong>").
     const std::string& next() {
         fill_queue(reader);
-        char command[kMaxCommandLength + 1];
-        if (take_command(reader, command, sizeof command)) last.assign(command, std::strlen(command));
-        else last.assign("<none>");
+        switch (take_line(reader, last)) {
+            case TakenLine::none: last.assign("<none>"); break;
+            case TakenLine::overlong: last.assign("<overlong>"); break;
+            case TakenLine::line: break;
+        }
         return last;
     }
     // Calls the reader until a line comes or the input is exhausted.
@@ -74,10 +77,11 @@ TEST(InputReader, LinesComeOneByOneAndOnlyOnceComplete) {
     EXPECT_EQ(p.next(), "<none>");
 }
 
-TEST(InputReader, CarriageReturnsEmptyLinesAndSeparators) {
+TEST(InputReader, LineEndsTabsEmptyLinesAndSeparators) {
     PipeReader p;
-    p.write_text("isready\r\n\n\r\n   \nuci@ucinewgame@@quit\n");
-    for (const char* expected : {"isready", "   ", "uci", "ucinewgame", "quit", "<none>"})
+    // CR LF ends one line, a bare CR one too; a tab is a blank.
+    p.write_text("isready\r\n\n\r\n   \nuci@ucinewgame@@quit\rgo\tdepth\t3\r\r\nstop\n");
+    for (const char* expected : {"isready", "   ", "uci", "ucinewgame", "quit", "go depth 3", "stop", "<none>"})
         EXPECT_EQ(p.next(), expected);
 }
 
@@ -93,10 +97,10 @@ TEST(InputReader, EndOfInputFinishesQueuedLinesWithoutSpinning) {
     EXPECT_FALSE(input_available(p.reader));  // no further read of a closed pipe
 }
 
-TEST(InputReader, OverlongLinesAreCutAndBurstsAreNeverLost) {
+TEST(InputReader, OverlongLinesAreDroppedWholeAndBurstsAreNeverLost) {
     PipeReader p;
-    std::string text(100000, 'x');
-    text += "\nisready\n";
+    std::string text(kMaxCommandLength, 'x');
+    text += "\n" + std::string(kMaxCommandLength + 1, 'y') + "\nisready\n";
     for (int i = 0; i < 3000; ++i) {
         text += "line";
         text += std::to_string(i);
@@ -104,6 +108,7 @@ TEST(InputReader, OverlongLinesAreCutAndBurstsAreNeverLost) {
     }
     p.write_from_child_and_close(text);
     EXPECT_EQ(p.next_line(), std::string(kMaxCommandLength, 'x'));
+    EXPECT_EQ(p.next_line(), "<overlong>");
     EXPECT_EQ(p.next_line(), "isready");
     int expected = 0;
     while (p.next_line() != "<none>") {

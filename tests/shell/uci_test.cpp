@@ -4,6 +4,7 @@
 
 #include <regex>
 #include <string>
+#include <vector>
 
 #include "tests/shell/engine_process.h"
 
@@ -42,6 +43,12 @@ protected:
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     }
 };
+
+int count_of(const std::string& text, const std::string& needle) {
+    int n = 0;
+    for (std::size_t at = text.find(needle); at != std::string::npos; at = text.find(needle, at + 1)) ++n;
+    return n;
+}
 
 TEST_F(Uci, IdentificationAndOptionsInOrder) {
     // The log was on until "uci", so the command itself was echoed; after it
@@ -111,8 +118,10 @@ TEST_F(Uci, PositionPlaysMovesAndStopsAtTheFirstBadOne) {
 }
 
 TEST_F(Uci, GamesLongerThanTheHistoryAreFollowed) {
-    // Twelve rounds of one pawn move per side and 56 plies of knight moves:
-    // 696 plies, more than the history holds, never 100 without a pawn move.
+    // Twelve rounds of one pawn move per side and 68 plies of knight moves,
+    // then Nf3: 841 plies (a line of 4.2 KB), more than the history holds,
+    // never 100 without a pawn move. Tabs separate the words and a carriage
+    // return ends the line.
     const char* white[] = {"a2a3", "a3a4", "b2b3", "b3b4", "c2c3", "c3c4",
                            "d2d3", "d3d4", "e2e3", "e3e4", "h2h3", "h3h4"};
     const char* black[] = {"a7a6", "a6a5", "b7b6", "b6b5", "c7c6", "c6c5",
@@ -121,11 +130,13 @@ TEST_F(Uci, GamesLongerThanTheHistoryAreFollowed) {
     std::string moves;
     for (int round = 0; round < 12; ++round) {
         moves += std::string(" ") + white[round] + " " + black[round];
-        for (int i = 0; i < 56; ++i) moves += shuffle[i % 4];
+        for (int i = 0; i < 68; ++i) moves += shuffle[i % 4];
     }
-    std::string out = search("position startpos moves" + moves + "\ngo depth 2");
+    moves += shuffle[0];
+    for (char& c : moves) c = c == ' ' ? '\t' : c;
+    std::string out = search("position\tstartpos\tmoves" + moves + "\r\ngo depth 2");
     EXPECT_EQ(out.find("info string"), out.find("info string fen")) << out;
-    EXPECT_NE(out.find("info string fen rnbqkbnr/5pp1/8/ppppp2p/PPPPP2P/8/5PP1/RNBQKBNR w KQkq -\n"),
+    EXPECT_NE(out.find("info string fen rnbqkbnr/5pp1/8/ppppp2p/PPPPP2P/5N2/5PP1/RNBQKB1R b KQkq -\n"),
               std::string::npos) << out;
     EXPECT_TRUE(std::regex_search(out, std::regex("bestmove [a-h][1-8][a-h][1-8]"))) << out;
 
@@ -151,6 +162,14 @@ TEST_F(Uci, MovetimeDepthAndNodesEndTheSearch) {
     out = search("go wtime 600000 btime 600000");
     EXPECT_EQ(out.find("info depth 4 "), std::string::npos) << out;
     EXPECT_NE(search("go nodes 2000").find("bestmove "), std::string::npos);
+    // Values are taken as given: "nodes 0" is no node limit (the depth
+    // decides), "depth 0" only evaluates the root.
+    search("go depth 5");
+    out = search("go nodes 0");
+    EXPECT_NE(out.find("info depth 5 "), std::string::npos) << out;
+    out = search("go depth 0");
+    EXPECT_EQ(out.find("info depth"), std::string::npos) << out;
+    EXPECT_NE(out.find("bestmove null\n"), std::string::npos) << out;
 }
 
 // The time manager prints the target it derives from the "go" fields, which
@@ -168,6 +187,9 @@ TEST_F(Uci, GoReadsClocksAndTheIncrementOfTheSideToMove) {
     out = search("go wtime 4100 btime 4100 winc 0 movestogo 40");  // lifts the depth limit
     EXPECT_NE(out.find("trg_time= 0.100 sec\n"), std::string::npos) << out;
     EXPECT_NE(out.find("info depth 3 "), std::string::npos) << out;
+    // No moves to go besides this one: 1 s / 1, capped at 0.65 s less four overheads.
+    out = search("go wtime 1000 btime 1000 movestogo 0");
+    EXPECT_NE(out.find("trg_time= 0.550 sec\n"), std::string::npos) << out;
 }
 
 TEST_F(Uci, InfiniteSearchAnswersIsreadyAtOnceAndEndsOnStop) {
@@ -202,6 +224,25 @@ TEST_F(Uci, PonderSearchIsReportedOnlyAfterPonderhitOrStop) {
     }
 }
 
+// A ponder miss as interfaces send it: "stop" followed at once by the real
+// position and "go". The stopped ponder search still owes its "bestmove",
+// and the new search must answer with one of its own; an interface counts
+// them to tell the two apart.
+TEST_F(Uci, PonderMissAnswersBothSearches) {
+    for (int round = 0; round < 3; ++round) {
+        std::size_t from = engine.output().size();
+        engine.send("position startpos moves e2e4 e7e5\ngo ponder wtime 5000 btime 5000");
+        engine.drain(0.2);
+        // Without a pause between the lines, so the workers are still busy.
+        engine.send("stop\nposition startpos moves e2e4 c7c5\ngo wtime 5000 btime 5000");
+        ASSERT_GE(engine.wait_for("bestmove", 10, from), 0);
+        ASSERT_GE(engine.wait_for("bestmove", 10, engine.output().find("bestmove", from) + 1), 0)
+            << engine.output().substr(from);
+        exchange("");  // "readyok": no third answer is on its way
+        EXPECT_EQ(count_of(engine.output().substr(from), "bestmove"), 2) << engine.output().substr(from);
+    }
+}
+
 TEST_F(Uci, MultiPvPrintsOneLinePerVariation) {
     std::string out = search("setoption name MultiPV value 3\nposition startpos\ngo depth 4");
     for (int depth = 1; depth <= 4; ++depth)
@@ -213,11 +254,17 @@ TEST_F(Uci, MultiPvPrintsOneLinePerVariation) {
 }
 
 TEST_F(Uci, JunkIsSurvived) {
-    exchange(std::string(100000, 'z') +
-                 "\ngo wtime abc btime -5 movestogo -3 depth -1\nstop\nposition\nposition fen\n"
-                 "position fen ///// z\nposition startpos moves zz e2e4\nsetoption name Threads value\n"
-                 "\x01\x02\x7f\xff\n@@@\n\r\n   ",
-             20);
+    // A line longer than the reader keeps is dropped whole, with one line.
+    const std::string reply =
+        exchange(std::string(300000, 'z') +
+                     "\ngo wtime abc btime -5 movestogo -3 depth -1\nstop\nposition\nposition fen\n"
+                     "position fen ///// z\nposition startpos moves zz e2e4\nsetoption name Threads value\n"
+                     "\x01\x02\x7f\xff\n@@@\n\r\n   ",
+                 20);
+    EXPECT_EQ(reply.find("info string input line longer than 262143 bytes ignored\n"),
+              reply.rfind("info string input line longer"))
+        << reply;
+    EXPECT_NE(reply.find("info string input line longer"), std::string::npos) << reply;
     // The junk "go" was stopped, so it still owes its "bestmove".
     EXPECT_GE(engine.wait_for("bestmove", 10), 0) << engine.output();
     EXPECT_NE(search("position startpos\ngo depth 2").find("bestmove "), std::string::npos);
@@ -227,8 +274,8 @@ TEST_F(Uci, JunkIsSurvived) {
     EXPECT_NE(out.find("bestmove null"), std::string::npos) << out;
 }
 
-// Quitting in the middle of a search (by "quit" or by closing the input)
-// must neither hang nor crash; repeated because it is a race.
+// "quit" in the middle of a search abandons it; the end of input stops it
+// and still answers. Neither may hang or crash; repeated because it is a race.
 TEST(UciShutdown, QuitOrEndOfInputDuringASearchExitsCleanly) {
     for (int round = 0; round < 6; ++round) {
         EngineProcess engine({"-hash", "4", "-threads", round % 2 ? "3" : "1"});
@@ -238,6 +285,48 @@ TEST(UciShutdown, QuitOrEndOfInputDuringASearchExitsCleanly) {
         if (round < 3) engine.send("quit");
         else engine.close_input();
         EXPECT_EQ(engine.wait_exit(3), 0) << round;
-        EXPECT_EQ(engine.output().find("bestmove"), std::string::npos);
+        const std::string& out = engine.output();
+        if (round < 3) {
+            EXPECT_EQ(out.find("bestmove"), std::string::npos) << round;
+        } else {
+            EXPECT_NE(out.find("bestmove"), std::string::npos) << round;
+            EXPECT_EQ(out.find("bestmove"), out.rfind("bestmove")) << round;
+        }
+    }
+}
+
+// Piped scripts: once the input ends, every "go" still gets exactly one
+// "bestmove". Searches with a limit of their own run to it; infinite and
+// ponder searches are stopped at once. Then the engine exits with 0.
+TEST(UciShutdown, EveryGoIsAnsweredAfterTheEndOfInput) {
+    struct Case {
+        std::vector<std::string> args;
+        const char* script;
+        int answers;
+        const char* shown;  // a line the answer must hold
+        double at_least, at_most;  // seconds to the exit
+    } cases[] = {
+        {{}, "position startpos\ngo depth 7", 1, "info depth 7 ", 0, 10},
+        {{}, "position startpos\ngo movetime 600", 1, "bestmove ", 0.5, 10},
+        {{}, "go depth 2\ngo nodes 3000\ngo depth 3", 3, "info depth 3 ", 0, 10},
+        {{}, "position startpos\ngo infinite", 1, "bestmove ", 0, 1.5},
+        {{}, "position startpos moves e2e4\ngo ponder wtime 90000 btime 90000", 1, "bestmove ", 0, 1.5},
+        {{"-c"}, "an", 1, "move= ", 0, 1.5},
+        {{"-c"}, "an 4", 1, "] 04. ", 0, 10},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> args = c.args;
+        args.insert(args.end(), {"-hash", "4", "-nolog"});
+        EngineProcess engine(args);
+        auto start = std::chrono::steady_clock::now();
+        engine.send(c.script);
+        engine.close_input();
+        EXPECT_EQ(engine.wait_exit(20), 0) << c.script;
+        double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        EXPECT_GE(seconds, c.at_least) << c.script;
+        EXPECT_LE(seconds, c.at_most) << c.script;
+        const std::string& out = engine.output();
+        EXPECT_EQ(count_of(out, c.args.empty() ? "bestmove " : "move= "), c.answers) << c.script << "\n" << out;
+        EXPECT_NE(out.find(c.shown), std::string::npos) << c.script << "\n" << out;
     }
 }

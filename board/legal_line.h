@@ -1,0 +1,17 @@
+#pragma once
+// Legality of moves that do not come from this position's own generator: a
+// move read from a command, a table entry, or a line of moves kept from an
+// earlier search.
+
+#include <cstdint>
+
+#include "board/position.h"
+#include "board/types.h"
+
+// True when move is a legal move of the side to move in pos.
+bool is_legal_move(const Position& pos, Move move);
+
+// How many moves at the start of line (zero-terminated, at most max_length
+// read) can be played one after the other from pos. The position is not
+// changed; a line that goes on after a mate is cut there.
+int legal_line_length(const Position& pos, const uint16_t* line, int max_length);

@@ -1,0 +1,105 @@
+// Damaged table files: cut short, emptied, with a wrong magic, or with
+// random bytes changed. None may crash the prober, hang it, or make it read
+// outside the file; the clear cases are reported as damaged.
+
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+#include "tablebase/decode.h"
+#include "tests/tablebase/tb_fixture.h"
+
+namespace {
+
+std::vector<uint8_t> read_whole(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
+}
+
+// Each damaged copy sits in a directory searched before the shared one, so
+// the smaller tables that captures lead to stay sound.
+TEST(TbDamage, CutEmptiedAndWrongMagicFilesAreReportedAsCorrupt) {
+    TempDir dir;
+    ASSERT_FALSE(dir.path.empty());
+    std::mt19937 rng(3);
+    for (const std::string& material : shared_materials()) {
+        // Positions that need the file: no capture to decide them early,
+        // and for DTZ a distance that is not settled by the first move.
+        use_shared_tables();
+        TbPosition needs_wdl{}, needs_dtz{};
+        for (int tries = 0; tries < 500 && !needs_dtz.kings; tries++) {
+            const TbPosition p = random_position(material, rng);
+            TbMove captures[kTbMaxMoves];
+            if (tb_legal_moves(p, captures, true) > 0) continue;
+            needs_wdl = p;
+            int ok;
+            const int dtz = probe_dtz(p, ok);
+            if (dtz > 1 || dtz < -1) needs_dtz = p;
+        }
+        ASSERT_TRUE(needs_wdl.kings) << material;
+        for (const char* extension : {".rtbw", ".rtbz"}) {
+            const bool wdl_file = std::string(extension) == ".rtbw";
+            if (!wdl_file && !needs_dtz.kings) continue;  // the DTZ file is never read
+            for (int kind = 0; kind < 3; kind++) {
+                std::vector<uint8_t> bytes = read_whole(kTableDir + "/" + material + extension);
+                if (kind == 0) bytes.resize(bytes.size() / 2);
+                if (kind == 1) bytes.clear();
+                if (kind == 2) bytes[1] ^= 0x40;
+                dir.write(material + extension, std::string(bytes.begin(), bytes.end()));
+                init_path(dir.path + ";" + kTableDir);
+                testing::internal::CaptureStderr();
+                int ok;
+                if (wdl_file) probe_wdl(needs_wdl, ok);
+                else probe_dtz(needs_dtz, ok);
+                EXPECT_FALSE(ok) << material << extension << " kind " << kind;
+                EXPECT_EQ(testing::internal::GetCapturedStderr(), "Corrupted table.\n") << material << extension;
+                std::remove((dir.path + "/" + material + extension).c_str());
+            }
+        }
+    }
+    use_shared_tables();
+}
+
+// Random changes, mostly in the headers where they steer the parser: the
+// file is either refused or every index decodes within its bounds. The
+// copies live on the heap so that the address sanitizer sees any read past
+// their end.
+TEST(TbDamage, RandomlyChangedFilesNeverReadOutsideThem) {
+    use_shared_tables();
+    std::mt19937 rng(5);
+    int refused = 0, decoded = 0;
+    for (const std::string& material : shared_materials())
+        for (const char* extension : {".rtbw", ".rtbz"}) {
+            const std::vector<uint8_t> sound = read_whole(kTableDir + "/" + material + extension);
+            if (sound.size() > 500000) continue;
+            int counts[2][7];
+            counts_of(material, counts);
+            for (int round = 0; round < 12; round++) {
+                std::vector<uint8_t> bytes = sound;
+                const int changes = 1 + int(rng() % 8);
+                for (int c = 0; c < changes; c++) {
+                    const std::size_t span = round % 3 == 0 ? bytes.size() : std::min<std::size_t>(bytes.size(), 160);
+                    bytes[rng() % span] = uint8_t(rng());
+                }
+                if (round % 4 == 3) bytes.resize(rng() % bytes.size());
+                std::unique_ptr<uint8_t[]> heap(new uint8_t[bytes.size() + 1]);
+                std::copy(bytes.begin(), bytes.end(), heap.get());
+                TbTable table;
+                table.file = MappedFile{heap.get(), bytes.size()};
+                if (!parse_table(table, std::string(extension) == ".rtbz", counts)) {
+                    refused++;
+                    continue;
+                }
+                for (int i = 0; i < 64; i++) {
+                    TbLocation where;
+                    int value;
+                    if (locate(table, random_position(material, rng), where))
+                        decoded += decode_value(table, *where.sub, where.index, value);
+                }
+            }
+        }
+    EXPECT_GT(refused, 100);
+    EXPECT_GT(decoded, 1000);
+}
+
+}  // namespace

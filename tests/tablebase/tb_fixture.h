@@ -1,0 +1,88 @@
+#pragma once
+// Shared set-up of the tablebase tests: board tables built once, the
+// published tables of the shared folder registered, positions from FEN.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "board/attacks.h"
+#include "board/position.h"
+#include "tablebase/probe.h"
+#include "tablebase/tb_position.h"
+
+inline const std::string kTableDir = std::string(VORN_SOURCE_DIR) + "/../shared/syzygy";
+
+inline std::string& registered_path() {
+    static std::string path = "-";
+    return path;
+}
+
+// Re-initialises along another path; returns what tb_init printed.
+inline std::string init_path(const std::string& path) {
+    testing::internal::CaptureStdout();
+    tb_init(path.c_str());
+    registered_path() = path;
+    return testing::internal::GetCapturedStdout();
+}
+
+// Registers the shared tables (again, when a test changed the path).
+inline void use_shared_tables() {
+    static bool board_ready = false;
+    if (!board_ready) {
+        init_attack_tables();
+        init_hash_keys_tables();
+        board_ready = true;
+    }
+    if (registered_path() != kTableDir) init_path(kTableDir);
+}
+
+// A fresh directory under /tmp, removed with its files at the end.
+struct TempDir {
+    std::string path;
+    TempDir() {
+        char pattern[] = "/tmp/vorn-tb-XXXXXX";
+        if (mkdtemp(pattern)) path = pattern;
+    }
+    TempDir(const TempDir&) = delete;
+    ~TempDir() {
+        if (!path.empty()) (void)!std::system(("rm -rf '" + path + "'").c_str());
+    }
+    void write(const std::string& name, const std::string& bytes) const {
+        std::ofstream(path + "/" + name, std::ios::binary) << bytes;
+    }
+    void copy(const std::string& name) const {
+        std::ifstream in(kTableDir + "/" + name, std::ios::binary);
+        std::ofstream(path + "/" + name, std::ios::binary) << in.rdbuf();
+    }
+};
+
+struct TbBoard {
+    std::unique_ptr<BoardHistory> history = std::make_unique<BoardHistory>();
+    Position pos{};
+    explicit TbBoard(const std::string& fen, int fifty = 0) {
+        pos.owner = history.get();
+        parse_fen(pos, fen.c_str());
+        pos.fifty_count = uint8_t(fifty);
+    }
+    TbPosition tb() const { return tb_position_from(pos, pos.fifty_count); }
+};
+
+// A random legal placement of a material named like "KRPvKR", with colours
+// and side to move at random.
+TbPosition random_position(const std::string& material, std::mt19937& rng);
+
+// The placement with colours exchanged and the board turned upside down.
+TbPosition colour_reversed(const TbPosition& p);
+
+// Materials of the shared tables ("KRPvKR", ...), in name order.
+std::vector<std::string> shared_materials();
+
+// Piece counts [colour][type] of a material name, first side as white.
+void counts_of(const std::string& material, int counts[2][7]);
