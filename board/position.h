@@ -125,6 +125,8 @@ inline uint64_t full_key(const Position& pos) {
            zobrist_side[pos.side_to_move];
 }
 
+inline constexpr const char* kStartFen = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
+
 // Sets the position from a FEN or EPD record; pos.owner must be set. Reads
 // placement, side, castling and en-passant field only.
 void parse_fen(Position& pos, const char* text);

@@ -147,6 +147,12 @@ int faded_draw_value(int side, int history_count) {
     return v / 2;
 }
 
+bool drawn_by_rule(Position& pos) {
+    if (pos.fifty_count <= 3) return false;
+    if (pos.fifty_count >= 100 && game_end_state(pos, in_check(pos, pos.side_to_move)) == 0) return true;
+    return earlier_occurrences(pos, *pos.owner, 2) >= 2;
+}
+
 int classify_move(const Position& pos, int side, const MoveEntry& e) {
     Move m = e.move;
     int to = move_to(m);
@@ -208,13 +214,8 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
     int fifty = pos.fifty_count;
     if (fifty > 3) {
         if (fifty >= 100 && game_end_state(pos, in_check_now) == 0) return 0;
-        int hc = td.history_count;
-        int needed = ply < 4 ? 2 : 1;
-        int found = 0;
-        for (int k = 4; k <= fifty && hc - k >= 0; k += 2) {
-            if (td.history[hc - k].hash_key == pos.hash_key && ++found >= needed)
-                return faded_draw_value(side, hc);
-        }
+        const int needed = ply < 4 ? 2 : 1;
+        if (earlier_occurrences(pos, td, needed) >= needed) return faded_draw_value(side, td.history_count);
     }
 
     // 7. Below a tablebase position every node re-probes.

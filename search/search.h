@@ -31,3 +31,17 @@ int classify_move(const Position& pos, int side, const MoveEntry& entry);
 
 // The value of a repetition draw for `side` after history_count moves.
 int faded_draw_value(int side, int history_count);
+
+// Earlier occurrences of the position (its placement, the same side to move)
+// since the last capture, pawn move or castling, counted up to `enough`.
+inline int earlier_occurrences(const Position& pos, const BoardHistory& history, int enough) {
+    const int count = history.history_count;
+    int found = 0;
+    for (int k = 4; k <= pos.fifty_count && count - k >= 0; k += 2)
+        if (history.history[count - k].hash_key == pos.hash_key && ++found >= enough) break;
+    return found;
+}
+
+// The search's draw rules applied to a game: the fifty-move rule (when a
+// legal move is left) or the third occurrence of the position.
+bool drawn_by_rule(Position& pos);

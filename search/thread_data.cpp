@@ -44,3 +44,8 @@ void copy_game_position(ThreadData& to, const ThreadData& from) {
     std::memcpy(to.history, from.history + skip, sizeof(HistoryEntry) * (count + 1));
     to.history[count].move = 0;
 }
+
+void forget_cached_evaluations(int last_block) {
+    for (int i = 1; i <= last_block && i <= kMaxThreads; ++i)
+        if (thread_table[i]) clear_eval_state(thread_table[i]->eval);
+}

@@ -125,3 +125,7 @@ void free_thread_data(int index);
 
 // Copies the game position and history of block 0 into the block.
 void copy_game_position(ThreadData& to, const ThreadData& from);
+
+// Empties the evaluation caches and pawn hashes of blocks 1..last_block: what
+// they hold was computed with parameters that have since changed.
+void forget_cached_evaluations(int last_block);

@@ -9,8 +9,6 @@
 #include "board/types.h"
 #include "search/thread_data.h"
 
-inline constexpr const char* kStartFen = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
-
 inline ThreadData& game_block() { return *thread_table[0]; }
 inline Position& game_position() { return thread_table[0]->pos; }
 

@@ -23,6 +23,8 @@
 #include "shell/settings_file.h"
 #include "tablebase/probe.h"
 #include "tools/epd_runner.h"
+#include "tools/match.h"
+#include "tools/pgn_scanner.h"
 #include "tools/tool_hooks.h"
 #include "tools/tuner.h"
 
@@ -88,11 +90,11 @@ void run_mode(RunMode mode, const CommandLine& line) {
             run_epd(0);
             break;
         case RunMode::pgn_scanner:
-            send_line("the PGN scanner is not available in this build");
+            scan_pgn(line.scan_file, line.scan_mode);
             break;
         case RunMode::match:
             shell.noise = 1000.0;
-            send_line("the self-play match is not available in this build");
+            run_match(shell.match_file);
             break;
         case RunMode::benchmark:
             run_benchmark(line.bench_positions, line.bench_summary);
@@ -146,6 +148,7 @@ int run_engine(int argc, const char* const* argv) {
     init_lmr_tables();
 
     tool_hooks.serve_input = read_command_for_tool;
+    tool_hooks.read_settings = read_settings_file;
     run_mode(choose_run_mode(line), line);
     shut_down();
     return 0;

@@ -84,13 +84,6 @@ bool usable_record(const char* line) {
            !std::memchr(line, '\0', kShortestRecord);  // the buffer is longer than this
 }
 
-// Parameters may have changed since the last run (the tuner changes them
-// between runs), and both evaluation caches hold scores made with the old ones.
-void forget_cached_evaluations(int last_block) {
-    for (int i = 1; i <= last_block; ++i)
-        if (thread_table[i]) clear_eval_state(thread_table[i]->eval);
-}
-
 // Runs the search on the game position; returns the elapsed seconds. The
 // input is served every kInputNodes nodes or so while this thread searches,
 // and all the time while the workers do.
@@ -162,6 +155,7 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
     if (limits.max_depth < 2) hash_mode = 0;
     init_eval_tables();
     init_lmr_tables();
+    // The tuner changes parameters between runs.
     forget_cached_evaluations(limits.max_depth < kThreadedDepth ? 1 : threads);
 
     const bool silent = shell.noise >= 9999.0;

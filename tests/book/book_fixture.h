@@ -23,8 +23,6 @@
 #include "book/book_key.h"
 #include "book/book_settings.h"
 
-inline constexpr const char* kStartFen = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
-
 // A position with its own history, set from the start position (or a FEN)
 // and moved on by blank-separated moves in any notation parse_move reads.
 struct Game {

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <cstdio>
@@ -13,48 +12,28 @@
 #include <vector>
 
 #include "board/make_move.h"
-#include "tests/search/search_fixture.h"
+#include "tests/tools/tool_fixture.h"
 #include "tools/epd_runner.h"
 
 namespace {
 
-class EpdRunner : public ::testing::Test {
+class EpdRunner : public ToolTest {
 protected:
     void SetUp() override {
-        engine_up(1);
-        char pattern[] = "/tmp/vorn-epd-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        directory_ = pattern;
-        ASSERT_NE(getcwd(home_, sizeof home_), nullptr);
-        ASSERT_EQ(chdir(directory_.c_str()), 0);  // "unsolved.epd" is written here
+        ToolTest::SetUp();  // "unsolved.epd" is written in the fresh directory
         std::snprintf(shell.epd_file, sizeof shell.epd_file, "test.epd");
-        shell.quit_requested = 0;
-    }
-    void TearDown() override {
-        ASSERT_EQ(chdir(home_), 0);
-        (void)!std::system(("rm -rf '" + directory_ + "'").c_str());
-        shell.noise = 9999.0;
     }
 
-    static void write_epd(const std::string& text) {
-        std::FILE* f = std::fopen("test.epd", "w");
-        ASSERT_NE(f, nullptr);
-        std::fputs(text.c_str(), f);
-        std::fclose(f);
-    }
+    static void write_epd(const std::string& text) { write_file("test.epd", text); }
 
     // The run's totals and everything it printed on standard output.
     static EpdRunTotals run(uint32_t selector, int depth, std::string* printed = nullptr) {
         limits.max_depth = static_cast<uint8_t>(depth);
-        testing::internal::CaptureStdout();
-        EpdRunTotals totals = run_epd_totals(selector);
-        const std::string out = testing::internal::GetCapturedStdout();
-        if (printed) *printed = out;
+        EpdRunTotals totals;
+        const std::string text = printed_by([&] { totals = run_epd_totals(selector); });
+        if (printed) *printed = text;
         return totals;
     }
-
-    std::string directory_;
-    char home_[4096] = {};
 };
 
 double logistic(double score) { return 1.0 / (1.0 + std::pow(10.0, -1.25 * score / 400.0)); }
