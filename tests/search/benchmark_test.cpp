@@ -80,14 +80,10 @@ TEST(Benchmark, StopAndQuitEndEachPositionEarly) {
     }
 }
 
-TEST(Benchmark, TwentyPositionsWithBench2) {
-    std::string out = run_engine("-bench2 -d 4");
-    EXPECT_EQ(count_position_lines(out), 20) << out;
-    EXPECT_NE(out.find("pos 19: "), std::string::npos);
-}
-
-TEST(Benchmark, SeveralWorkersFinishEveryPosition) {
-    std::string out = run_engine("-bench -d 8 -threads 3");
-    EXPECT_EQ(count_position_lines(out), 10) << out;
-    EXPECT_FALSE(total_nodes(out).empty());
+TEST(Benchmark, Bench2AndSeveralWorkersFinishEveryPosition) {
+    for (const auto& [args, positions] : {std::pair{"-bench2 -d 4", 20}, std::pair{"-bench -d 8 -threads 3", 10}}) {
+        const std::string out = run_engine(args);
+        EXPECT_EQ(count_position_lines(out), positions) << out;
+        EXPECT_FALSE(total_nodes(out).empty()) << out;
+    }
 }
