@@ -4,22 +4,21 @@
 #include <regex>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "tests/shell/engine_process.h"
 
 namespace {
 
-// Runs the engine binary with the arguments and returns its standard output.
+// Runs the engine with the words of `args` and no input; returns its output.
 std::string run_engine(const std::string& args) {
-    std::string command = std::string(VORN_BINARY) + " -nolog " + args + " < /dev/null 2>&1";
-    std::string out;
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) return out;
-    char buffer[4096];
-    size_t n;
-    while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
-    pclose(pipe);
-    return out;
+    std::vector<std::string> words{"-nolog"};
+    std::istringstream in(args);
+    for (std::string word; in >> word;) words.push_back(word);
+    EngineProcess engine(words);
+    engine.close_input();
+    EXPECT_EQ(engine.wait_exit(120), 0) << args;
+    return engine.output();
 }
 
 // Lines of the form "pos %2d: %6.2f seconds".
