@@ -9,41 +9,45 @@
 
 namespace {
 
-struct Result {
-    int score;
-    EvalStackOutput out;
-};
-
-Result run(const char* fen) {
-    Board board(fen);
-    Evaluator eval;
-    Result r;
-    r.score = eval(board.pos);
-    r.out = eval.out;
-    return r;
-}
-
-// draw_adj of a traced evaluation.
-double draw_factor(const char* fen) {
-    Board board(fen);
-    Evaluator eval;
-    traced_evaluation_report(board.pos, *eval.state);
-    return eval_trace.draw_adj;
-}
-
-TEST(Evaluate, StartPositionIsTheTempo) {
-    // Every term but the tempo cancels: 14 x 148 / 128 = 16.
-    EXPECT_EQ(eval_fen("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -"), 16);
-    EXPECT_EQ(eval_fen("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR b KQkq -"), 16);
-    // Symmetric pawn ending (stage 24): the endgame tempo, 7 x 148 / 128.
-    EXPECT_EQ(eval_fen("4k3/pppp4/8/8/8/8/PPPP4/4K3 b - -"), 8);
-    // Symmetric with one knight each (stage 22): (16 x 2 + 8 x 22) / 24.
-    EXPECT_EQ(eval_fen("1n2k3/pppp4/8/8/8/8/PPPP4/1N2K3 w - -"), (16 * 2 + 8 * 22) / 24);
-}
-
-TEST(Endings, InCheckShortcut) {
-    EXPECT_EQ(eval_fen("4k3/8/8/8/8/8/4r3/4K3 w - -"), -10000);
-    EXPECT_EQ(eval_fen("rnbqkbnr/ppppp2p/5p2/6pQ/4P3/8/PPPP1PPP/RNB1KBNR b KQkq -"), -10000);
+TEST(Evaluate, WorkedScores) {
+    const struct {
+        const char* fen;
+        int score;
+    } cases[] = {
+        // Every term but the tempo cancels: 14 x 148 / 128 = 16.
+        {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", 16},
+        {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR b KQkq -", 16},
+        // Symmetric pawn ending (stage 24): the endgame tempo, 7 x 148 / 128.
+        {"4k3/pppp4/8/8/8/8/PPPP4/4K3 b - -", 8},
+        // Symmetric with one knight each (stage 22): (16 x 2 + 8 x 22) / 24.
+        {"1n2k3/pppp4/8/8/8/8/PPPP4/1N2K3 w - -", (16 * 2 + 8 * 22) / 24},
+        // The side to move in check is not evaluated.
+        {"4k3/8/8/8/8/8/4r3/4K3 w - -", -10000},
+        {"rnbqkbnr/ppppp2p/5p2/6pQ/4P3/8/PPPP1PPP/RNB1KBNR b KQkq -", -10000},
+        // Bishop and knight, dark bishop: a8 is the wrong corner (pull 6);
+        // v = 2 + 200 + 12 - 10, times four.
+        {"k7/8/8/8/8/2K5/3N4/2B5 w - -", 4 * 204},
+        {"k7/8/8/8/8/2K5/3N4/2B5 b - -", -4 * 204},
+        // Light bishop: a8 is mirrored onto h8, pull 20.
+        {"k7/8/8/8/8/2K5/3N4/3B4 w - -", 4 * 232},
+        // Black with the pieces, White's king in the right corner.
+        {"8/8/8/8/8/5k2/4n3/5b1K b - -", 4 * (2 + 200 + 2 * 20 - 2 * 2)},
+        // Heavy piece against a bare king: 500 + 200 - 10 x distance 2 + edge_push[f6] 20.
+        {"8/8/5k2/8/3K4/8/8/R7 w - -", 700},
+        {"8/8/5k2/8/3K4/8/8/R7 b - -", -700},
+        {"K7/8/3k4/8/8/8/8/4qr2 w - -", -(1500 + 200 - 30 + 60)},
+        // King and pawn against king: opposition, the side to move gives way.
+        {"8/4k3/8/4K3/4P3/8/8/8 w - -", 0},
+        {"8/4k3/8/4K3/4P3/8/8/8 b - -", -800},
+        // Rook pawn with the defender in the corner: drawn even with the opposition.
+        {"k7/8/PK6/8/8/8/8/8 w - -", 0},
+        // Black pawn: the table is read with the board turned round.
+        {"8/8/8/8/4p3/4k3/8/4K3 w - -", -800},
+        {"8/8/8/8/4p3/4k3/8/4K3 b - -", 800},
+    };
+    for (const auto& c : cases) EXPECT_EQ(eval_fen(c.fen), c.score) << c.fen;
+    // Nearer the corner and nearer kings score more.
+    EXPECT_GT(eval_fen("8/8/8/8/8/1K6/3N4/k1B5 w - -"), eval_fen("8/8/8/3k4/8/8/3N1K2/2B5 w - -"));
 }
 
 TEST(Endings, DeadDrawsByMaterial) {
@@ -55,87 +59,55 @@ TEST(Endings, DeadDrawsByMaterial) {
         "8/8/4k3/5n2/8/3K4/2N5/8 w - -",      // knight against knight
         "8/8/4k3/5n2/8/3K4/2B5/8 b - -",      // bishop against knight
     };
+    Evaluator eval;
     for (const char* fen : draws) {
-        Result r = run(fen);
-        EXPECT_EQ(r.score, 0) << fen;
-        EXPECT_EQ(r.out.material_draw, 1) << fen;
+        EXPECT_EQ(eval(Board(fen).pos), 0) << fen;
+        EXPECT_EQ(eval.out.material_draw, 1) << fen;
     }
     // Two bishops are not a dead draw.
-    Result r = run("8/8/4k3/8/8/3K4/2B1B3/8 w - -");
-    EXPECT_EQ(r.out.material_draw, 0);
-    EXPECT_GT(r.score, 0);
-}
-
-TEST(Endings, BishopAndKnightDriveToTheBishopsCorner) {
-    // Dark bishop: a8 is the wrong corner (pull 6); v = 2 + 200 + 12 - 10.
-    EXPECT_EQ(eval_fen("k7/8/8/8/8/2K5/3N4/2B5 w - -"), 4 * 204);
-    EXPECT_EQ(eval_fen("k7/8/8/8/8/2K5/3N4/2B5 b - -"), -4 * 204);
-    // Light bishop: a8 is mirrored onto h8, pull 20; v = 2 + 200 + 40 - 10.
-    EXPECT_EQ(eval_fen("k7/8/8/8/8/2K5/3N4/3B4 w - -"), 4 * 232);
-    // Black with the pieces, White's king in the right corner (h1 for a light bishop).
-    EXPECT_EQ(eval_fen("8/8/8/8/8/5k2/4n3/5b1K b - -"), 4 * (2 + 200 + 2 * 20 - 2 * 2));
-    // Nearer the corner and nearer kings score more.
-    EXPECT_GT(eval_fen("8/8/8/8/8/1K6/3N4/k1B5 w - -"), eval_fen("8/8/8/3k4/8/8/3N1K2/2B5 w - -"));
-}
-
-TEST(Endings, HeavyPieceAgainstBareKing) {
-    // 500 + 200 - 10 x distance 2 + edge_push[f6] 20.
-    EXPECT_EQ(eval_fen("8/8/5k2/8/3K4/8/8/R7 w - -"), 700);
-    EXPECT_EQ(eval_fen("8/8/5k2/8/3K4/8/8/R7 b - -"), -700);
-    // Queen and rook for Black against a cornered king at distance 3.
-    EXPECT_EQ(eval_fen("K7/8/3k4/8/8/8/8/4qr2 w - -"), -(1500 + 200 - 30 + 60));
+    EXPECT_GT(eval(Board("8/8/4k3/8/8/3K4/2B1B3/8 w - -").pos), 0);
+    EXPECT_EQ(eval.out.material_draw, 0);
 }
 
 TEST(DrawScaling, Factors) {
-    // Opposite bishops, one extra pawn (two against one), nothing else: F3 of
-    // the first row.
-    EXPECT_DOUBLE_EQ(draw_factor("4k3/7p/2b5/8/8/2B5/3PP3/4K3 w - -"), 0.2125);
-    // Two knights (and nothing else) against a pawn: 0.05.
-    EXPECT_DOUBLE_EQ(draw_factor("8/8/4k3/8/8/3K2p1/2N1N3/8 w - -"), 0.05);
-    // Rook and pawn against rook: the single-pawn rule starts at 0.8; the
-    // defending king in front of the pawn takes 0.75.
-    EXPECT_DOUBLE_EQ(draw_factor("4k3/4r3/8/8/8/8/R3P3/4K3 w - -"), 0.8 * 0.75);
-    // Defending king beside the pawn's path, covering squares in front.
-    EXPECT_DOUBLE_EQ(draw_factor("8/5k2/8/r7/8/8/4P3/R3K3 w - -"), 0.8 * 0.85);
-    // ... and nearer than the pawn's own king to the square two ahead.
-    EXPECT_DOUBLE_EQ(draw_factor("8/8/8/r4k2/8/8/4P3/R3K3 w - -"), 0.8 * 0.85 * 0.8);
-    // Same, defending king far away: 0.8 only.
-    EXPECT_DOUBLE_EQ(draw_factor("7k/7r/8/8/8/8/R3P3/4K3 w - -"), 0.8);
-    // Rook pawn with a wrong bishop, defender in the corner.
-    EXPECT_DOUBLE_EQ(draw_factor("k7/8/8/8/8/8/P7/1KB5 w - -"), 0.06);
-    // ... but the bishop of the promotion square's colour wins.
-    EXPECT_DOUBLE_EQ(draw_factor("k7/8/8/8/8/8/P7/1K1B4 w - -"), 1.0);
-    // Full material: never scaled.
-    EXPECT_DOUBLE_EQ(draw_factor("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBN1 w Qkq -"), 1.0);
-}
-
-TEST(DrawScaling, PawnEachUsesTheLeadersKpkPosition) {
-    const char* fens[] = {"1k6/8/P7/7p/8/8/8/7K w - -", "1k6/8/P7/7p/8/8/8/7K b - -",
-                          "8/8/1k6/8/8/2K5/3P3p/8 w - -", "8/8/1k6/8/8/2K5/3P3p/8 b - -"};
-    int checked = 0;
-    for (const char* fen : fens) {
-        Board board(fen);
-        Evaluator eval;
-        traced_evaluation_report(board.pos, *eval.state);
-        int score = eval(board.pos);
-        if (score > -15 && score < 15) continue;
-        const Position& pos = board.pos;
-        int lead = score > 0 ? pos.side_to_move : pos.side_to_move ^ 1;
-        int pawn = __builtin_ctzll(pos.pieces[lead][kPawn]);
-        int kings[2] = {__builtin_ctzll(pos.pieces[0][kKing]), __builtin_ctzll(pos.pieces[1][kKing])};
-        bool won = kpk_won(lead, pawn, kings[lead], kings[lead ^ 1], pos.side_to_move == lead);
-        EXPECT_DOUBLE_EQ(eval_trace.draw_adj, won ? 1.0 : 0.25) << fen;
-        ++checked;
+    const struct {
+        const char* fen;
+        double factor;
+    } cases[] = {
+        // Opposite bishops, one extra pawn (two against one), nothing else:
+        // F3 of the first row.
+        {"4k3/7p/2b5/8/8/2B5/3PP3/4K3 w - -", 0.2125},
+        // Two knights (and nothing else) against a pawn.
+        {"8/8/4k3/8/8/3K2p1/2N1N3/8 w - -", 0.05},
+        // Rook and pawn against rook: the single-pawn rule starts at 0.8; the
+        // defending king in front of the pawn takes 0.75.
+        {"4k3/4r3/8/8/8/8/R3P3/4K3 w - -", 0.8 * 0.75},
+        // Defending king beside the pawn's path, covering squares in front.
+        {"8/5k2/8/r7/8/8/4P3/R3K3 w - -", 0.8 * 0.85},
+        // ... and nearer than the pawn's own king to the square two ahead.
+        {"8/8/8/r4k2/8/8/4P3/R3K3 w - -", 0.8 * 0.85 * 0.8},
+        // Same, defending king far away: 0.8 only.
+        {"7k/7r/8/8/8/8/R3P3/4K3 w - -", 0.8},
+        // Rook pawn with a wrong bishop, defender in the corner ...
+        {"k7/8/8/8/8/8/P7/1KB5 w - -", 0.06},
+        // ... but the bishop of the promotion square's colour wins.
+        {"k7/8/8/8/8/8/P7/1K1B4 w - -", 1.0},
+        // A pawn each: the leader's pawn alone decides, drawn (a6 against
+        // Kb8) or won (h2 queens, the leader is not to move).
+        {"1k6/8/P7/7p/8/8/8/7K w - -", 0.25},
+        {"8/8/1k6/8/8/2K5/3P3p/8 w - -", 1.0},
+        // Full material: never scaled.
+        {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBN1 w Qkq -", 1.0},
+    };
+    Evaluator eval;
+    for (const auto& c : cases) {
+        traced_evaluation_report(Board(c.fen).pos, *eval.state);
+        EXPECT_DOUBLE_EQ(eval_trace.draw_adj, c.factor) << c.fen;
     }
-    EXPECT_GE(checked, 2);
-}
-
-TEST(DrawScaling, SmallScoresAreLeftAlone) {
-    // Bare minor piece ahead by a few pawns' worth of position: score below
-    // 15 is never scaled.
-    Board board("4k3/8/8/8/8/8/8/4K3 w - -");
+    // Scores below 15 either way are never scaled.
+    Board bare("4k3/8/8/8/8/8/8/4K3 w - -");
     EvalInfo info{};
-    info.pos = &board.pos;
+    info.pos = &bare.pos;
     double adj = 0;
     EXPECT_EQ(draw_scale(info, 14, adj), 14);
     EXPECT_EQ(adj, 1.0);
@@ -160,12 +132,10 @@ TEST(Robustness, MalformedPlacements) {
     };
     for (const char* fen : fens) {
         Board board(fen);
-        auto state = std::make_unique<EvalThreadState>();
-        clear_eval_state(*state);
-        EvalStackOutput out{};
+        Evaluator eval;
         for (int searching = 0; searching < 2; ++searching) {
-            state->searching = searching;
-            int score = evaluate(board.pos, *state, out, 2, false);
+            eval.state->searching = searching;
+            int score = evaluate(board.pos, *eval.state, eval.out, 2, false);  // never the in-check shortcut
             EXPECT_GT(score, -32768) << fen;
             EXPECT_LT(score, 32768) << fen;
         }

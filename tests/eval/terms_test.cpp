@@ -61,9 +61,6 @@ TEST(PawnStructure, LoneRookPawnIsWeakIsolatedAndBackward) {
     const EngineParams& p = params;
     EXPECT_EQ(e.score_op[0], p.pst[kPawn][8].op + p.pawn_backward_op + p.pawn_isolated_op + p.pawn_weak_op);
     EXPECT_EQ(e.score_en[0], p.pst[kPawn][8].en + p.pawn_backward_en + p.pawn_isolated_en + p.pawn_weak_en);
-    EXPECT_EQ(e.files[0], 1);
-    EXPECT_EQ(e.files[1], 0);
-    EXPECT_EQ(e.passed, square_bit(8));
 }
 
 TEST(PawnStructure, DoubledConnectedProtected) {

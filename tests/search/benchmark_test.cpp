@@ -4,22 +4,21 @@
 #include <regex>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "tests/shell/engine_process.h"
 
 namespace {
 
-// Runs the engine binary with the arguments and returns its standard output.
+// Runs the engine with the words of `args` and no input; returns its output.
 std::string run_engine(const std::string& args) {
-    std::string command = std::string(VORN_BINARY) + " -nolog " + args + " < /dev/null 2>&1";
-    std::string out;
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) return out;
-    char buffer[4096];
-    size_t n;
-    while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
-    pclose(pipe);
-    return out;
+    std::vector<std::string> words{"-nolog"};
+    std::istringstream in(args);
+    for (std::string word; in >> word;) words.push_back(word);
+    EngineProcess engine(words);
+    engine.close_input();
+    EXPECT_EQ(engine.wait_exit(120), 0) << args;
+    return engine.output();
 }
 
 // Lines of the form "pos %2d: %6.2f seconds".
@@ -80,14 +79,10 @@ TEST(Benchmark, StopAndQuitEndEachPositionEarly) {
     }
 }
 
-TEST(Benchmark, TwentyPositionsWithBench2) {
-    std::string out = run_engine("-bench2 -d 4");
-    EXPECT_EQ(count_position_lines(out), 20) << out;
-    EXPECT_NE(out.find("pos 19: "), std::string::npos);
-}
-
-TEST(Benchmark, SeveralWorkersFinishEveryPosition) {
-    std::string out = run_engine("-bench -d 8 -threads 3");
-    EXPECT_EQ(count_position_lines(out), 10) << out;
-    EXPECT_FALSE(total_nodes(out).empty());
+TEST(Benchmark, Bench2AndSeveralWorkersFinishEveryPosition) {
+    for (const auto& [args, positions] : {std::pair{"-bench2 -d 4", 20}, std::pair{"-bench -d 8 -threads 3", 10}}) {
+        const std::string out = run_engine(args);
+        EXPECT_EQ(count_position_lines(out), positions) << out;
+        EXPECT_FALSE(total_nodes(out).empty()) << out;
+    }
 }

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "board/notation.h"
@@ -94,13 +95,9 @@ TEST_F(PrintLine, ConsoleFormWrapsLongLines) {
               std::string::npos)
         << out;
     // Stopped: up to 32 moves; running: only 8.
-    size_t lines = 0;
-    for (char c : out) lines += c == '\n';
-    EXPECT_EQ(lines, 3u);
+    EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 3);
     stop_signal = 0;
     shell.noise = 0.0;
     out = printed(1, 0, 9, -42, pv);
-    lines = 0;
-    for (char c : out) lines += c == '\n';
-    EXPECT_EQ(lines, 1u) << out;
+    EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;
 }

@@ -28,21 +28,6 @@ const MateCase kMates[] = {
     {"7R/r1p1q1pp/3k4/1p1n1Q2/3N4/8/1PP2PPP/2B3K1 w - -", 4, "h8d8"},
 };
 
-std::string text_of(Move m) {
-    char t[kMoveTextSize];
-    return move_to_text(m, t);
-}
-
-bool is_legal_move_of(const char* fen, Move m) {
-    set_game_position(fen);
-    ThreadData& td = *thread_table[0];
-    MoveEntry list[kMaxMoves];
-    MoveEntry* end = generate_all(td.pos, list);
-    for (MoveEntry* e = list; e != end; e++)
-        if (e->move == m && is_legal(td.pos, td.pos.side_to_move, m)) return true;
-    return false;
-}
-
 }  // namespace
 
 TEST(Mates, FindsForcedMatesAndReportsTheirLength) {
@@ -90,9 +75,9 @@ TEST(Stalemate, WinningSideDoesNotStalemate) {
                           "8/8/8/8/8/5K2/7Q/7k w - -"};
     for (const char* fen : fens) {
         const SearchResult& r = search_to_depth(fen, 8);
-        ASSERT_TRUE(is_legal_move_of(fen, r.best_move)) << fen;
         ThreadData& td = *thread_table[0];
         set_game_position(fen);
+        ASSERT_TRUE(legal_in_game_position(r.best_move)) << fen;
         make_move(td.pos, r.best_move);
         int reply_state = game_end_state(td.pos, in_check(td.pos, td.pos.side_to_move));
         EXPECT_NE(reply_state, 2) << fen << " " << text_of(r.best_move);

@@ -6,9 +6,13 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <string>
 #include <thread>
 
 #include "board/attacks.h"
+#include "board/make_move.h"
+#include "board/movegen.h"
+#include "board/notation.h"
 #include "board/position.h"
 #include "eval/engine_params.h"
 #include "eval/kpk.h"
@@ -50,6 +54,21 @@ inline void engine_up(int worker_count) {
 }
 
 inline void set_game_position(const char* fen) { parse_fen(thread_table[0]->pos, fen); }
+
+// Whether the generator offers the move in the game position and it is legal.
+inline bool legal_in_game_position(Move m) {
+    Position& pos = thread_table[0]->pos;
+    MoveEntry list[kMaxMoves];
+    MoveEntry* end = generate_all(pos, list);
+    for (MoveEntry* e = list; e != end; e++)
+        if (e->move == m) return is_legal(pos, pos.side_to_move, m);
+    return false;
+}
+
+inline std::string text_of(Move m) {
+    char t[kMoveTextSize];
+    return move_to_text(m, t);
+}
 
 // Searches the game position to `depth` with the running workers and waits
 // for them; nothing but the depth (or node limit) ends the search.

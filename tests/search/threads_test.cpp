@@ -3,8 +3,6 @@
 #include <string>
 
 #include "board/make_move.h"
-#include "board/movegen.h"
-#include "board/notation.h"
 #include "tests/search/search_fixture.h"
 
 namespace {
@@ -14,15 +12,6 @@ const char* const kPositions[] = {
     "1r1qbr1k/4bp1p/p3p2Q/3pP3/2pP4/P1N1PN2/1PR2RP1/6K1 b - -",
     "r7/5pk1/5p2/2p5/pp6/1P1B1KPN/P6P/8 b - -",
 };
-
-bool legal_in_game_position(Move m) {
-    ThreadData& td = *thread_table[0];
-    MoveEntry list[kMaxMoves];
-    MoveEntry* end = generate_all(td.pos, list);
-    for (MoveEntry* e = list; e != end; e++)
-        if (e->move == m) return is_legal(td.pos, td.pos.side_to_move, m);
-    return false;
-}
 
 }  // namespace
 
@@ -97,8 +86,7 @@ TEST(RootReport, OneLegalMoveIsAnEasyMove) {
     engine_up(1);
     // The white king's only move is Kb1.
     const SearchResult& r = search_to_depth("7k/8/8/8/8/8/6q1/K7 w - -", 8);
-    char t[kMoveTextSize];
-    EXPECT_STREQ(move_to_text(r.best_move, t), "a1b1");
+    EXPECT_EQ(text_of(r.best_move), "a1b1");
     EXPECT_EQ(easy_move.load(), 1);
     // Several moves: no easy move at low depth.
     search_to_depth(kPositions[0], 8);

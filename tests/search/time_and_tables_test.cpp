@@ -125,88 +125,46 @@ void fake_running_search(int depth, int score, int prev_score, int changed_depth
 
 }  // namespace
 
-TEST(TimeCheck, StableBestMoveStopsAt85Percent) {
-    fake_running_search(8, 20, 20, 2);
-    limits.time_mode = 1;
-    limits.move_time = 1.0;
-    limits.target_time = 1.0;
-    check_time_at(0.84);
-    EXPECT_EQ(stop_signal.load(), 0);
-    check_time_at(0.86);
-    EXPECT_EQ(stop_signal.load(), 1);
-
-    // A best move that changed in the last iteration uses the full target
-    // (plus 1 % of a clock that fixed time per move leaves at zero).
-    fake_running_search(8, 20, 20, 8);
-    limits.time_mode = 1;
-    limits.target_time = 1.0;
-    limits.clock[0] = 1.0;
-    check_time_at(0.9);
-    EXPECT_EQ(stop_signal.load(), 0);
-    check_time_at(1.001);
-    EXPECT_EQ(stop_signal.load(), 1);
-    stop_signal = 0;
-}
-
-TEST(TimeCheck, FallingScoreBuysTimeFromTheClock) {
-    fake_running_search(5, -70, 0, 5);  // m = 15: more than four m below
-    limits.time_mode = 0;
-    limits.clock[0] = 100.0;
-    limits.target_time = 2.0;
-    limits.overhead = 0.025;
-    // limit = 2.0 + 20 % of the remaining clock - overhead: reached at
-    // t = (2.0 + 20 - 0.025) / 1.2 = 18.31 s.
-    check_time_at(3.0);
-    EXPECT_EQ(stop_signal.load(), 0);
-    check_time_at(18.2);
-    EXPECT_EQ(stop_signal.load(), 0);
-    check_time_at(18.4);
-    EXPECT_EQ(stop_signal.load(), 1);
-    stop_signal = 0;
-}
-
-TEST(TimeCheck, AnAlmostEmptyClockStopsWithoutTheTwentyMillisecondGrace) {
-    // 0.1 s left with a 25 ms overhead: below five overheads, so depth 2 is
-    // enough; with a full clock the first 20 ms are still granted.
-    for (double clock : {0.1, 10.0}) {
-        fake_running_search(2, 0, 0, 2);
-        limits.time_mode = 0;
-        limits.clock[0] = clock;
-        limits.target_time = 0.002;
-        limits.overhead = 0.025;
-        check_time_at(0.003);
-        EXPECT_EQ(stop_signal.load(), clock < 1 ? 1 : 0) << clock;
-        stop_signal = 0;
+// One check of the clock against a published result, row by row: the first
+// worker's iteration depth is one above the published depth, and its score
+// there was `prev`.
+TEST(TimeCheck, StopRules) {
+    const struct {
+        const char* why;
+        int depth, score, prev, changed_depth;  // the best move last changed at this depth
+        int time_mode, search_mode, easy;
+        double clock, target, at;
+        int stop;
+    } cases[] = {
+        {"stable best move: 85 % of the target", 8, 20, 20, 2, 1, 1, 0, 5.0, 1.0, 0.84, 0},
+        {"stable best move: 85 % of the target", 8, 20, 20, 2, 1, 1, 0, 5.0, 1.0, 0.86, 1},
+        // Plus 1 % of a clock that fixed time per move leaves at zero.
+        {"best move changed in the last iteration: the full target", 8, 20, 20, 8, 1, 1, 0, 1.0, 1.0, 0.9, 0},
+        {"best move changed in the last iteration: the full target", 8, 20, 20, 8, 1, 1, 0, 1.0, 1.0, 1.001, 1},
+        // m = 15, the score more than four m below: the limit is the target
+        // plus 20 % of the remaining clock less the overhead, reached at
+        // (2.0 + 20 - 0.025) / 1.2 = 18.31 s.
+        {"falling score", 5, -70, 0, 5, 0, 1, 0, 100.0, 2.0, 3.0, 0},
+        {"falling score", 5, -70, 0, 5, 0, 1, 0, 100.0, 2.0, 18.2, 0},
+        {"falling score", 5, -70, 0, 5, 0, 1, 0, 100.0, 2.0, 18.4, 1},
+        // Below five overheads on the clock the first 20 ms are not granted.
+        {"almost empty clock", 2, 0, 0, 2, 0, 1, 0, 0.1, 0.002, 0.003, 1},
+        {"full clock, first 20 ms", 2, 0, 0, 2, 0, 1, 0, 10.0, 0.002, 0.003, 0},
+        {"depth 1 only", 1, 0, 0, 1, 1, 1, 0, 5.0, 0.1, 50.0, 0},
+        {"pondering", 6, 0, 0, 1, 1, 2, 0, 5.0, 0.1, 50.0, 0},
+        {"abandoned analysis stops with 2", 6, 0, 0, 1, 1, 3, 0, 5.0, 0.1, 50.0, 2},
+        {"a single legal move stops at once", 6, 0, 0, 1, 1, 1, 1, 5.0, 10.0, 0.5, 1},
+    };
+    for (const auto& c : cases) {
+        fake_running_search(c.depth, c.score, c.prev, c.changed_depth);
+        limits.time_mode = uint8_t(c.time_mode);
+        limits.clock[0] = c.clock;
+        limits.target_time = c.target;
+        shell.search_mode = c.search_mode;
+        easy_move = c.easy;
+        check_time_at(c.at);
+        EXPECT_EQ(stop_signal.load(), c.stop) << c.why << " at " << c.at;
     }
-}
-
-TEST(TimeCheck, NothingStopsBeforeDepthTwoOrWhilePondering) {
-    fake_running_search(1, 0, 0, 1);
-    limits.time_mode = 1;
-    limits.target_time = 0.1;
-    check_time_at(50.0);
-    EXPECT_EQ(stop_signal.load(), 0);
-
-    fake_running_search(6, 0, 0, 1);
-    shell.search_mode = 2;
-    limits.time_mode = 1;
-    limits.target_time = 0.1;
-    check_time_at(50.0);
-    EXPECT_EQ(stop_signal.load(), 0);
-
-    // An abandoned analysis (mode 3) stops with 2.
-    shell.search_mode = 3;
-    check_time_at(50.0);
-    EXPECT_EQ(stop_signal.load(), 2);
-    stop_signal = 0;
-
-    // A single legal move stops at once.
-    fake_running_search(6, 0, 0, 1);
-    limits.time_mode = 1;
-    limits.target_time = 10.0;
-    easy_move = 1;
-    check_time_at(0.5);
-    EXPECT_EQ(stop_signal.load(), 1);
     stop_signal = 0;
     easy_move = 0;
     shell.search_mode = 0;

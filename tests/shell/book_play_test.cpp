@@ -15,15 +15,6 @@ std::string repeat(int times, const std::string& text) {
     return all;
 }
 
-// Sends the lines and waits for the whole "bestmove" line; returns the output since.
-std::string search(EngineProcess& engine, const std::string& lines) {
-    const std::size_t from = engine.output().size();
-    engine.send(lines);
-    EXPECT_GE(engine.wait_for("bestmove", 30, from), 0) << engine.output().substr(from);
-    engine.wait_for("\n", 1, engine.output().find("bestmove", from));
-    return engine.output().substr(from);
-}
-
 // A book of nine drawn games: 1. e4 e5 2. Nf3 Nc6.
 class BookPlay : public ::testing::Test {
 protected:

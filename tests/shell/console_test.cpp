@@ -30,13 +30,6 @@ std::string run_console(const std::string& script,
     return engine.output();
 }
 
-std::size_t count_of(const std::string& text, const std::string& needle) {
-    std::size_t count = 0;
-    for (std::size_t at = text.find(needle); at != std::string::npos; at = text.find(needle, at + 1))
-        ++count;
-    return count;
-}
-
 // Expects the texts to appear in this order.
 void expect_in_order(const std::string& out, const std::vector<std::string>& texts) {
     std::size_t at = 0;
@@ -96,7 +89,7 @@ TEST(Console, TakeBackReplayAndJump) {
     expect_in_order(out, {kStartBoard, "1. move e2e4\n", e4, e5, "2. move Nf3\n", nf3, e5, e4,
                           "1... move e7e5\n", e5, kStartBoard, nf3, e5, d4});
     EXPECT_EQ(out.find(" move ", out.find(d4)), std::string::npos) << out;
-    EXPECT_EQ(count_of(out, "rnbqkbnr/"), 11u) << out;
+    EXPECT_EQ(count_of(out, "rnbqkbnr/"), 11) << out;
 }
 
 TEST(Console, MovesAreRefusedOnceTheHistoryIsFull) {
@@ -106,11 +99,11 @@ TEST(Console, MovesAreRefusedOnceTheHistoryIsFull) {
     std::string out = run_console(script + "undo\nf6g8\nquit");
     // Move 672 is the last one taken; of the rest only White's are moves of
     // the side to move (Black's fail to parse and print nothing).
-    EXPECT_EQ(count_of(out, "the game history is full"), 7u);
-    EXPECT_EQ(count_of(out, "337. move"), 0u);
+    EXPECT_EQ(count_of(out, "the game history is full"), 7);
+    EXPECT_EQ(count_of(out, "337. move"), 0);
     // After a take-back there is room for one move again.
     std::size_t last_refusal = out.rfind("the game history is full");
-    EXPECT_EQ(count_of(out.substr(0, last_refusal), "336. move f6g8\n"), 1u);
+    EXPECT_EQ(count_of(out.substr(0, last_refusal), "336. move f6g8\n"), 1);
     EXPECT_NE(out.find("336. move f6g8\n", last_refusal), std::string::npos);
 }
 
@@ -164,7 +157,7 @@ TEST(ConsoleSearch, TraceWritesTheSearchTreeAndTuneWithoutANameIsSilent) {
     EXPECT_EQ(out.find(kStartBoard, 1), out.find_first_not_of('\n', kStartBoard.size())) << out;
     const std::string trace = engine.read_file("trace.txt");
     expect_in_order(trace, {"\n\nSEARCH DEPTH= 1\n( 1)", "\n\nSEARCH DEPTH= 4\n\n( 4)"});
-    EXPECT_EQ(count_of(trace, "SEARCH DEPTH="), 4u);
+    EXPECT_EQ(count_of(trace, "SEARCH DEPTH="), 4);
     EXPECT_TRUE(std::regex_search(trace, std::regex("\n\\( [1-4]\\)[a-h][1-8][a-h][1-8] "
                                                     "\\( [0-3]\\)[a-h][1-8][a-h][1-8] \n {9}\\( [0-3]\\)"
                                                     "[a-h][1-8][a-h][1-8] \n")))

@@ -4,6 +4,7 @@
 // killed when the test ends, so no test can hang.
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -157,3 +158,18 @@ private:
     int status_ = kRunning;
     bool owns_directory_ = false;
 };
+
+// Sends the lines and waits for the whole "bestmove" line; returns the output since.
+inline std::string search(EngineProcess& engine, const std::string& lines, double timeout = 30) {
+    const std::size_t from = engine.output().size();
+    engine.send(lines);
+    EXPECT_GE(engine.wait_for("bestmove", timeout, from), 0) << engine.output().substr(from);
+    engine.wait_for("\n", 1, engine.output().find("bestmove", from));
+    return engine.output().substr(from);
+}
+
+inline int count_of(const std::string& text, const std::string& needle) {
+    int n = 0;
+    for (std::size_t at = text.find(needle); at != std::string::npos; at = text.find(needle, at + 1)) ++n;
+    return n;
+}

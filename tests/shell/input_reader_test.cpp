@@ -66,35 +66,26 @@ struct PipeReader {
     pid_t children = -1;
 };
 
-TEST(InputReader, LinesComeOneByOneAndOnlyOnceComplete) {
+TEST(InputReader, LinesSeparatorsAndTheEndOfInput) {
     PipeReader p;
     EXPECT_EQ(p.next(), "<none>");
     p.write_text("isready\ngo infi");
     EXPECT_EQ(p.next(), "isready");
     EXPECT_EQ(p.next(), "<none>");  // the second line has not ended yet
-    p.write_text("nite\n");
-    EXPECT_EQ(p.next(), "go infinite");
-    EXPECT_EQ(p.next(), "<none>");
-}
-
-TEST(InputReader, LineEndsTabsEmptyLinesAndSeparators) {
-    PipeReader p;
-    // CR LF ends one line, a bare CR one too; a tab is a blank.
-    p.write_text("isready\r\n\n\r\n   \nuci@ucinewgame@@quit\rgo\tdepth\t3\r\r\nstop\n");
-    for (const char* expected : {"isready", "   ", "uci", "ucinewgame", "quit", "go depth 3", "stop", "<none>"})
+    // CR LF ends one line, a bare CR one too, '@' separates commands; a tab
+    // is a blank and empty lines are skipped.
+    p.write_text("nite\r\n\n\r\n   \nuci@ucinewgame@@quit\rgo\tdepth\t3\r\r\nstop\nquit");
+    for (const char* expected : {"go infinite", "   ", "uci", "ucinewgame", "quit", "go depth 3"})
         EXPECT_EQ(p.next(), expected);
-}
-
-TEST(InputReader, EndOfInputFinishesQueuedLinesWithoutSpinning) {
-    PipeReader p;
-    p.write_text("isready\nquit");  // the last line has no line feed
+    // Once the input ends the queued lines still come, the last one
+    // without a line feed, and the closed pipe is not read again.
     p.close_writer();
-    EXPECT_EQ(p.next(), "isready");
+    EXPECT_EQ(p.next(), "stop");
     EXPECT_FALSE(input_exhausted(p.reader));
     EXPECT_EQ(p.next(), "quit");
     EXPECT_EQ(p.next(), "<none>");
     EXPECT_TRUE(input_exhausted(p.reader));
-    EXPECT_FALSE(input_available(p.reader));  // no further read of a closed pipe
+    EXPECT_FALSE(input_available(p.reader));
 }
 
 TEST(InputReader, OverlongLinesAreDroppedWholeAndBurstsAreNeverLost) {

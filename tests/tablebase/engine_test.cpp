@@ -9,14 +9,6 @@
 
 namespace {
 
-std::string search(EngineProcess& engine, const std::string& lines) {
-    const std::size_t from = engine.output().size();
-    engine.send(lines);
-    EXPECT_GE(engine.wait_for("bestmove", 30, from), 0) << engine.output().substr(from);
-    engine.wait_for("\n", 1, engine.output().find("bestmove", from));
-    return engine.output().substr(from);
-}
-
 TEST(TbEngine, TablebaseRootForcesScoreAndMoveUntilThePathIsCleared) {
     use_shared_tables();
     const char* fen = "8/8/8/8/8/3Q4/3K4/7k w - - 0 1";

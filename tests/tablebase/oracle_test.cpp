@@ -1,7 +1,7 @@
 // Probe results against an independent engine's verdicts on random legal
 // positions of every shared table (both sides to move, en-passant cases
-// included; scripts/tb_oracle.py made the data), and against the
-// evaluation's own king-and-pawn table.
+// included; scripts/tb_oracle.py made the data), and the evaluation's own
+// king-and-pawn table against KPvK on every placement, for either pawn colour.
 
 #include <fstream>
 #include <sstream>
@@ -130,7 +130,9 @@ TEST(TbOracle, KingAndPawnTableAgreesWithKPvK) {
                     ASSERT_TRUE(ok);
                     const bool won = (turn == 1 ? wdl : -wdl) == 2;
                     compared++;
-                    if (kpk_won(kWhite, pawn, wk, bk, turn == 1) != won && ++wrong <= 5)
+                    // The same placement turned round for a black pawn reads the same entry.
+                    const bool black_won = kpk_won(kBlack, 63 - pawn, 63 - wk, 63 - bk, turn == 1);
+                    if ((kpk_won(kWhite, pawn, wk, bk, turn == 1) != won || black_won != won) && ++wrong <= 5)
                         ADD_FAILURE() << "pawn " << pawn << " wk " << wk << " bk " << bk << " turn " << turn;
                 }
     EXPECT_EQ(wrong, 0);
