@@ -111,7 +111,7 @@ double search_record(double& nodes_since_input) {
 }
 
 void print_summary(const EpdRunTotals& t, double average_error) {
-    const double positions = t.positions > 0 ? double(t.positions) : 0.0;
+    const double positions = t.positions;
     auto average = [positions](double sum) { return positions > 0 ? sum / positions : 0.0; };
     send_linef("%d / %d correct best moves", t.correct, t.positions);
     send_linef("total nodes= %0.0f", t.nodes);
@@ -139,8 +139,7 @@ bool run_active = false;
 EpdRunTotals run_epd_totals(uint32_t selector) {
     EpdRunTotals totals;
     ThreadData* game = thread_table[0];
-    ThreadData* first = thread_table[1];
-    if (run_active || !game || !first) return totals;
+    if (run_active || !game || !thread_table[1]) return totals;
 
     std::FILE* epd = std::fopen(shell.epd_file, "r");
     if (!epd) return totals;
@@ -187,6 +186,10 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
         }
 
         const double seconds = search_record(nodes_since_input);
+        // Read the first worker's block only now: a "Threads" change served
+        // while the search ran rebuilds the workers' blocks.
+        const ThreadData* first = thread_table[1];
+        if (!first) break;
         sum_counters();
         const SearchResult& found = search_result;
         const int score = limits.max_depth < 1 ? first->root_score.load() : found.score;

@@ -76,6 +76,8 @@ void gradient_step(TuneParam& row, int pass, uint32_t seed) {
     const double low_error = error_at(row.value, low, seed);
     const double high_error = error_at(row.value, high, seed);
     *row.value = value;
+    // A quit during the measurements leaves them partial: no gradient then.
+    if (shell.quit_requested) return;
     const double gradient = high > low ? (high_error - low_error) / (high - low) : 0.0;
     const double smoothed =
         pass == 0 ? gradient : kMomentum * row.last_gradient + (1.0 - kMomentum) * gradient;
@@ -111,7 +113,7 @@ void run_tuning_pass() {
         }
         const uint32_t seed = pass_seed();
         report(log, "\nerr= %0.5f\n\n", tuning_error(seed));
-        for (int i = 0; i < tune_param_count; ++i)
+        for (int i = 0; i < tune_param_count && !shell.quit_requested; ++i)
             if (tune_params[i].active) gradient_step(tune_params[i], pass, seed);
         report(nullptr, "\n");
     }
@@ -159,7 +161,9 @@ void tune_parameter(const char* name) {
             next = best + distance;
         else
             next = round_half_away(0.5 * best + 0.5 * (tries % 2 == 0 ? high : low));
-        if (next == low || next == high || tries + 1 >= kMaxLineSearchTries) break;
+        if (next == low || next == high || tries + 1 >= kMaxLineSearchTries ||
+            shell.quit_requested)
+            break;
         *row.value = clamp16(next);
     }
     report(nullptr, "best= %d, err= %0.6f, min= %d, max= %d\n\n", best, best_error, low, high);
