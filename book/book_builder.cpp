@@ -7,6 +7,7 @@
 #include <memory>
 #include <new>
 
+#include "board/game_result.h"
 #include "board/make_move.h"
 #include "board/notation.h"
 #include "board/position.h"
@@ -25,16 +26,16 @@ constexpr const char* kGameFile = "book.pgn";
 constexpr const char* kBookFile = "book.opn";
 constexpr const char* kMergedFile = "tmp.opn";
 constexpr const char* kMergeOutput = "tmp__0.opn";
-constexpr const char* kStartPosition = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
 
 constexpr int kBufferSize = 20000;       // records: 200 games of 50 plies fill half
 constexpr int kGamesPerBufferMerge = 200;
 constexpr int kGamesPerBookMerge = 5000;
 constexpr int kPliesPerGame = 50;
 constexpr int kMinGames = 8;             // positions seen this often or less are dropped
-constexpr int kLineSize = 255;           // at most 254 characters per line
-
-enum GameResult { kWhiteWon = 0, kBlackWon = 1, kOtherResult = 2 };
+// Whole lines are read: exports that put a game's move text (clock comments
+// and all) on one line would otherwise lose the moves after the cut.
+constexpr int kLineSize = 1 << 16;
+constexpr int kTokenSize = 255;
 
 void print_progress(const char* text) {
     std::fputs(text, stdout);
@@ -45,7 +46,7 @@ class BookBuilder {
 public:
     explicit BookBuilder(BookEntry* records) : records_(records) {
         pos_.owner = &history_;
-        parse_fen(pos_, kStartPosition);
+        parse_fen(pos_, kStartFen);
     }
 
     bool failed() const { return failed_; }
@@ -54,7 +55,7 @@ public:
         if (std::strstr(line, "[Result")) {
             start_game(line);
         } else if (comment_depth_ > 0 || (line[0] != ';' && line[0] != '[')) {
-            char token[kLineSize];
+            char token[kTokenSize];
             for (const char* rest = line; (rest = next_pgn_token(rest, token, sizeof token));) {
                 if (abandoned_ || history_.history_count >= kPliesPerGame) break;
                 if (token[0] == ';' && comment_depth_ == 0) break;  // the rest of the line is a comment
@@ -74,8 +75,8 @@ public:
 
 private:
     void start_game(const char* line) {
-        parse_fen(pos_, kStartPosition);
-        result_ = std::strstr(line, "1-0") ? kWhiteWon : std::strstr(line, "0-1") ? kBlackWon : kOtherResult;
+        parse_fen(pos_, kStartFen);
+        result_ = result_from_tag(line);
         ++games_;
         if (games_ % kGamesPerBufferMerge == 0) merge_buffer();
         if (games_ % kGamesPerBookMerge == 0) merge_book();
@@ -154,7 +155,7 @@ private:
     int count_ = 0;
     BoardHistory history_;
     Position pos_;
-    GameResult result_ = kOtherResult;
+    int result_ = kOtherResult;
     long games_ = 0;
     int comment_depth_ = 0;
     int variation_depth_ = 0;
@@ -177,8 +178,8 @@ bool build_book() {
     if (!games) return false;
 
     auto builder = std::make_unique<BookBuilder>(records.get());
-    char line[kLineSize];
-    while (!builder->failed() && read_line(games, line, sizeof line)) builder->read_line_of(line);
+    auto line = std::make_unique<char[]>(kLineSize);
+    while (!builder->failed() && read_line(games, line.get(), kLineSize)) builder->read_line_of(line.get());
     std::fclose(games);
     builder->finish();
     if (builder->failed()) {

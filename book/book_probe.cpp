@@ -24,10 +24,8 @@ struct Candidate {
 
 void print_book_line(Move move, const BookEntry& entry, double score, double weight) {
     char text[kMoveTextSize];
-    char line[96];
-    std::snprintf(line, sizeof line, "%s   %5d - %5d - %5d   %0.3f  %0.3f", move_to_text(move, text),
-                  entry.stm_losses, entry.stm_wins, entry.draws, score, weight);
-    print_unlogged(line);
+    send_linef("%s   %5d - %5d - %5d   %0.3f  %0.3f\n", move_to_text(move, text), entry.stm_losses,
+               entry.stm_wins, entry.draws, score, weight);
 }
 
 }  // namespace
@@ -75,9 +73,7 @@ Move book_probe(Position& pos, bool verbose) {
     }
     if (verbose && choice != kNoMove) {
         char text[kMoveTextSize];
-        char line[64];
-        std::snprintf(line, sizeof line, "book move is %s", move_to_text(choice, text));
-        print_unlogged(line);
+        send_linef("book move is %s\n", move_to_text(choice, text));
     }
     return choice;
 }

@@ -14,7 +14,7 @@
 // book. The position must belong to a thread block whose history has room for
 // one more move; it is left exactly as it was. With verbose set, every move
 // found in the book is listed ("move  losses - wins - draws  score  weight")
-// and the choice is named, on standard output only.
+// and the choice is named, each through the line routine with an empty line after it.
 //
 // Any caller between searches may use it (console play, the UCI main loop, a
 // self-play match); it draws from std::rand once per candidate.

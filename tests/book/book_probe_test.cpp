@@ -104,7 +104,8 @@ TEST_F(BookProbe, VarietySpreadsTheChoiceAndTheListingShowsEveryFoundMove) {
                              "d2d4       0 -     0 -   100   0.500  3.912\n",
                              "g1f3       2 -    30 -     0   0.062  0.693\n", "book move is e2e4\n"})
         EXPECT_NE(listing.find(line), std::string::npos) << line << listing;
-    EXPECT_EQ(std::count(listing.begin(), listing.end(), '\n'), 4) << listing;
+    // Each line is followed by an empty one.
+    EXPECT_EQ(std::count(listing.begin(), listing.end(), '\n'), 8) << listing;
 }
 
 // Every record of a large book is found through the index and the window,

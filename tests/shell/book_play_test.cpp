@@ -43,8 +43,8 @@ TEST_F(BookPlay, MkbookBuildsTheBookAndResetsTheGame) {
     console.close_input();
     ASSERT_EQ(console.wait_exit(30), 0);
     const std::string out = console.output();
-    const std::string e4 = "e2e4       0 -     0 -     9   0.500  1.504\nbook move is e2e4\n\n";
-    const std::string nf3 = "g1f3       0 -     0 -     9   0.500  1.504\nbook move is g1f3\n\n";
+    const std::string e4 = "e2e4       0 -     0 -     9   0.500  1.504\n\nbook move is e2e4\n\n\n";
+    const std::string nf3 = "g1f3       0 -     0 -     9   0.500  1.504\n\nbook move is g1f3\n\n\n";
     EXPECT_NE(out.find(e4), std::string::npos) << out;
     EXPECT_NE(out.find(nf3), std::string::npos) << out;
     // The position after 2... Nc6 is in the book but has no move after it.
