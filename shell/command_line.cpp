@@ -69,13 +69,19 @@ void parse_command_line(int argc, const char* const* argv, CommandLine& line) {
                 copy_text(line.epd_file, sizeof line.epd_file, value);
                 line.tune_given = true;
             } else {
+                // "-scan_pgn" itself scans in mode 0 (games counted, nothing
+                // written); the digit picks modes 1 to 4; other spellings
+                // that contain the switch take the file but run no scan.
                 copy_text(line.scan_file, sizeof line.scan_file, value);
-                line.scan_given = true;
                 line.scan_mode = 0;
+                line.scan_requested = is("-scan_pgn");
                 for (int mode = 1; mode <= 4; ++mode) {
                     const char names[4][11] = {"-scan_pgn1", "-scan_pgn2", "-scan_pgn3",
                                                "-scan_pgn4"};
-                    if (is(names[mode - 1])) line.scan_mode = mode;
+                    if (is(names[mode - 1])) {
+                        line.scan_mode = mode;
+                        line.scan_requested = true;
+                    }
                 }
             }
         }
@@ -84,7 +90,7 @@ void parse_command_line(int argc, const char* const* argv, CommandLine& line) {
 
 RunMode choose_run_mode(const CommandLine& line) {
     if (line.anepd_given) return RunMode::epd_runner;
-    if (line.scan_mode != 0) return RunMode::pgn_scanner;
+    if (line.scan_requested) return RunMode::pgn_scanner;
     if (line.match_given) return RunMode::match;
     if (line.bench_positions != 0) return RunMode::benchmark;
     if (line.tune_given) return RunMode::tuner;

@@ -22,7 +22,7 @@ struct CommandLine {
     int bench_positions = 0;     // 10 or 20 when a benchmark switch was given
     bool bench_summary = false;  // the word "bench": a last line "nodes N nps N"
     int scan_mode = 0;           // 1..4 for the exact -scan_pgn1 .. -scan_pgn4
-    bool scan_given = false;
+    bool scan_requested = false; // -scan_pgn or one of -scan_pgn1 .. -scan_pgn4
     bool anepd_given = false;
     bool match_given = false;
     bool tune_given = false;

@@ -21,7 +21,7 @@
 #include "search/threads.h"
 #include "search/time_manager.h"
 #include "search/transposition_table.h"
-#include "tools/game_result.h"
+#include "board/game_result.h"
 #include "tools/tool_hooks.h"
 
 namespace {

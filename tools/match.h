@@ -17,7 +17,7 @@
 
 #include "board/position.h"
 #include "board/types.h"
-#include "tools/game_result.h"
+#include "board/game_result.h"
 
 struct EngineParams;
 

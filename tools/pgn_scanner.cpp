@@ -119,9 +119,7 @@ struct Scan {
             result = kOtherResult;
         }
         if (std::strstr(line, "Result ")) {
-            result = std::strstr(line, "1-0")   ? kWhiteWon
-                     : std::strstr(line, "0-1") ? kBlackWon
-                                                : kOtherResult;
+            result = result_from_tag(line);
         }
     }
 

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "tools/game_result.h"
+#include "board/game_result.h"
 
 // Move scores that no comment gave.
 constexpr int16_t kNoScore = -30000;          // no comment after the move

@@ -44,6 +44,7 @@ TEST(CommandLine, OneModeRunsInTheFixedOrder) {
     EXPECT_EQ(choose_run_mode(parse({"-tune", "t.epd", "-bench"})), RunMode::benchmark);
     EXPECT_EQ(choose_run_mode(parse({"-scan_pgn3", "g.pgn", "-match", "m"})), RunMode::pgn_scanner);
     EXPECT_EQ(choose_run_mode(parse({"--scan_pgn9", "g.pgn"})), RunMode::normal_play);
+    EXPECT_EQ(choose_run_mode(parse({"-scan_pgn", "g.pgn"})), RunMode::pgn_scanner);  // mode 0: games counted
     EXPECT_EQ(parse({"-bench2"}).bench_positions, 20);
     CommandLine pbench = parse({"-pbench"});
     EXPECT_EQ(pbench.pbench, 1);
