@@ -7,7 +7,6 @@
 #include "eval/engine_params.h"
 #include "core/output.h"
 #include "core/line_file.h"
-#include "shell/play_settings.h"
 #include "core/words.h"
 #include "tablebase/probe.h"
 
@@ -181,7 +180,7 @@ int read_settings_file(const char* name, EngineParams& p) {
             if (*c == '=' || *c == ',') *c = ' ';
         }
         if (std::strstr(line, "SyzygyPath")) {
-            read_path(line, "SyzygyPath", SyzygyPath, kSyzygyPathLength + 1);
+            read_path(line, "SyzygyPath", SyzygyPath, sizeof SyzygyPath);
         } else if (std::strstr(line, "VornBook")) {
             read_path(line, "VornBook", book_settings.book_file, sizeof book_settings.book_file);
         } else {

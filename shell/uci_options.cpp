@@ -11,7 +11,6 @@
 #include "core/output.h"
 #include "core/shell_state.h"
 #include "shell/game_position.h"
-#include "shell/play_settings.h"
 #include "shell/uci.h"
 #include "core/words.h"
 #include "tablebase/probe.h"
@@ -29,9 +28,9 @@ void print_uci_identification() {
     send_line("option name Log type check default false");
     send_linef("option name SyzygyPath type string default %s", SyzygyPath);
     send_linef("option name SyzygyProbeDepth5 type spin default %d min 1 max 100",
-               SyzygyProbeDepth5);
+               SyzygyProbeDepth5.load());
     send_linef("option name SyzygyProbeDepth6 type spin default %d min 1 max 100",
-               SyzygyProbeDepth6);
+               SyzygyProbeDepth6.load());
     shell.log_enabled = 0;
     book_settings.own_book = false;
     send_line("uciok");
@@ -41,7 +40,7 @@ void print_uci_identification() {
 namespace {
 
 constexpr std::size_t kOptionNameSize = 64;
-constexpr std::size_t kOptionValueSize = kSyzygyPathLength + 1;
+constexpr std::size_t kOptionValueSize = kSyzygyPathSize;
 
 // Splits "name <name> [value <value>]": the name runs up to the word "value"
 // (trailing blanks removed), the value is the first word after it.
@@ -111,14 +110,14 @@ void set_uci_option(const char* arguments) {
         }
     } else if (is("SyzygyPath")) {
         abandon_search_and_wait();
-        copy_text(SyzygyPath, kSyzygyPathLength + 1, value);
+        copy_text(SyzygyPath, sizeof SyzygyPath, value);
         send_linef("info string SyzygyPath set to %s", SyzygyPath);
         tb_init(SyzygyPath);
     } else if (is("SyzygyProbeDepth5")) {
         SyzygyProbeDepth5 = static_cast<int>(read_clamped(value, 1, 100));
-        send_linef("info string SyzygyProbeDepth5 set to %d", SyzygyProbeDepth5);
+        send_linef("info string SyzygyProbeDepth5 set to %d", SyzygyProbeDepth5.load());
     } else if (is("SyzygyProbeDepth6")) {
         SyzygyProbeDepth6 = static_cast<int>(read_clamped(value, 1, 100));
-        send_linef("info string SyzygyProbeDepth6 set to %d", SyzygyProbeDepth6);
+        send_linef("info string SyzygyProbeDepth6 set to %d", SyzygyProbeDepth6.load());
     }
 }

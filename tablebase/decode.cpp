@@ -226,15 +226,43 @@ bool like_pieces_adjacent(const TbSubTable& st, int pieces) {
 
 }  // namespace
 
+namespace {
+
+// Opens a regular file for reading, or returns -1. A directory or a pipe that
+// happens to carry a table's name is no table (and opening a pipe must not
+// wait for a writer).
+int open_regular_file(const char* path, struct stat& info) {
+    const int fd = ::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return -1;
+    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+// A mapping that fails on a sound file ends the process; workers may be
+// searching, so no destructors run under their feet.
+[[noreturn]] void exit_on_mapping_failure() {
+    std::fflush(stderr);
+    std::_Exit(1);
+}
+
+}  // namespace
+
+bool is_table_file(const char* path) {
+    struct stat info;
+    const int fd = open_regular_file(path, info);
+    if (fd < 0) return false;
+    ::close(fd);
+    return true;
+}
+
 MapStatus map_table_file(const char* path, const char* name, const char* extension, MappedFile& file) {
     file = MappedFile{};
-    const int fd = ::open(path, O_RDONLY);
-    if (fd < 0) return MapStatus::kMissing;
     struct stat info;
-    if (::fstat(fd, &info) != 0) {
-        std::fprintf(stderr, "CreateFileMapping() failed.\n");
-        std::exit(1);
-    }
+    const int fd = open_regular_file(path, info);
+    if (fd < 0) return MapStatus::kMissing;
     if (size_t(info.st_size) < kMinTableSize) {
         ::close(fd);
         return MapStatus::kTooSmall;
@@ -243,7 +271,7 @@ MapStatus map_table_file(const char* path, const char* name, const char* extensi
     if (view == MAP_FAILED) {
         std::fprintf(stderr, "MapViewOfFile() failed, name = %s%s, error = %lu.\n", name, extension,
                      static_cast<unsigned long>(errno));
-        std::exit(1);
+        exit_on_mapping_failure();
     }
     if (::close(fd) != 0) std::fprintf(stderr, "CloseHandle failed, error code %d\n", errno);
     file.data = static_cast<const uint8_t*>(view);

@@ -23,6 +23,8 @@ enum class MapStatus { kMapped, kMissing, kTooSmall };
 // system refuses to map ends the process with a message naming `name` and
 // `extension`.
 MapStatus map_table_file(const char* path, const char* name, const char* extension, MappedFile& file);
+// Whether path names a regular file that can be opened for reading.
+bool is_table_file(const char* path);
 void unmap_table_file(MappedFile& file);
 
 constexpr int kTbMaxPieces = 7;

@@ -16,8 +16,8 @@
 #include "tablebase/decode.h"
 
 char SyzygyPath[kSyzygyPathSize] = "";
-int SyzygyProbeDepth5 = 1;
-int SyzygyProbeDepth6 = 3;
+std::atomic<int> SyzygyProbeDepth5{1};
+std::atomic<int> SyzygyProbeDepth6{3};
 int tb_largest = 0;
 Move root_tb_moves[kMaxRootTbMoves + 1] = {};
 
@@ -123,10 +123,7 @@ bool file_exists_on_path(const char* name, const char* extension) {
     for (int i = 0; i < directory_count; i++) {
         char full[kMaxFileName + 1];
         if (!file_name(i, name, extension, full)) continue;
-        if (std::FILE* f = std::fopen(full, "rb")) {
-            std::fclose(f);
-            return true;
-        }
+        if (is_table_file(full)) return true;
     }
     return false;
 }

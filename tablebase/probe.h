@@ -3,6 +3,7 @@
 // SyzygyPath, the root probe before the first iteration, and WDL probes
 // inside the search.
 
+#include <atomic>
 #include <cstdint>
 
 #include "board/position.h"
@@ -10,10 +11,11 @@
 #include "tablebase/tb_position.h"
 
 // Settings (settings file and UCI options).
-inline constexpr int kSyzygyPathSize = 1024;
-extern char SyzygyPath[kSyzygyPathSize];  // directories separated by ';'; empty = none
-extern int SyzygyProbeDepth5;             // 1..100: minimum depth of any probe in the search
-extern int SyzygyProbeDepth6;             // 1..100: minimum depth for 6-piece positions
+inline constexpr int kSyzygyPathSize = 144;  // at most 143 characters are kept
+extern char SyzygyPath[kSyzygyPathSize];    // directories separated by ';'; empty = none
+// Atomic because "setoption" may change them while the workers search.
+extern std::atomic<int> SyzygyProbeDepth5;  // 1..100: minimum depth of any probe in the search
+extern std::atomic<int> SyzygyProbeDepth6;  // 1..100: minimum depth for 6-piece positions
 
 // Largest piece count among the registered tables, 0 when none.
 extern int tb_largest;

@@ -1,5 +1,5 @@
 // The file format layer on its own: index tables, the layout of every
-// shared file, and the worked examples of the format description.
+// shared file, and indices computed by hand.
 
 #include <vector>
 
