@@ -1,13 +1,15 @@
 #pragma once
 // The tools run in-process: the engine brought up as start-up does, a fresh
-// working directory for the files a tool reads and writes, and standard
-// output captured around a call.
+// working directory for the files a tool reads and writes (and for an engine
+// process started in it), and standard output captured around a call.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include "tests/search/search_fixture.h"
@@ -29,40 +31,20 @@ protected:
         shell.noise = 9999.0;
     }
 
-    static void write_file(const char* name, const std::string& text) {
-        std::FILE* f = std::fopen(name, "w");
-        ASSERT_NE(f, nullptr);
-        std::fputs(text.c_str(), f);
-        std::fclose(f);
-    }
+    static void write_file(const char* name, const std::string& text) { std::ofstream(name) << text; }
 
     static std::string read_file(const char* name) {
-        std::string text;
-        if (std::FILE* f = std::fopen(name, "r")) {
-            char buffer[4096];
-            for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, f)) > 0;) text.append(buffer, n);
-            std::fclose(f);
-        }
-        return text;
+        std::ifstream in(name);
+        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     }
 
     // Runs call() and returns what it printed on standard output.
     template <typename Call>
     static std::string printed_by(Call call) {
         std::fflush(stdout);
-        const int saved = dup(1);
-        std::FILE* capture = std::tmpfile();
-        dup2(fileno(capture), 1);
+        testing::internal::CaptureStdout();
         call();
-        std::fflush(stdout);
-        dup2(saved, 1);
-        close(saved);
-        std::string text;
-        std::rewind(capture);
-        char buffer[4096];
-        for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, capture)) > 0;) text.append(buffer, n);
-        std::fclose(capture);
-        return text;
+        return testing::internal::GetCapturedStdout();
     }
 
     std::string directory_;
