@@ -50,27 +50,26 @@ protected:
         hash_mode = 0;
     }
 
-    // Plays from the position; the game's plies as "move score" texts.
-    std::vector<std::string> play(const char* fen, int fifty_count = 0) {
-        parse_fen(thread_table[0]->pos, fen);
-        thread_table[0]->pos.fifty_count = static_cast<uint8_t>(fifty_count);
+    // Plays on from the game position; the plies as "move/score", a searched
+    // move's score beyond 1100 as "won" and below -1100 as "lost".
+    std::string play() {
         EXPECT_TRUE(play_match_game(*game, players, kWhite));
-        std::vector<std::string> plies;
-        char move[kMoveTextSize];
-        for (int i = 0; i < game->count; ++i)
-            plies.push_back(std::string(move_to_text(game->plies[i].move, move)) + " " +
-                            std::to_string(game->plies[i].score));
+        std::string plies;
+        char text[kMoveTextSize];
+        for (int i = 0; i < game->count; ++i) {
+            const MatchPly& ply = game->plies[i];
+            const bool decided = ply.move != kNoMove && std::abs(ply.score) > 1100;
+            plies += std::string(i ? " " : "") + move_to_text(ply.move, text) + "/" +
+                     (decided ? (ply.score > 0 ? "won" : "lost") : std::to_string(ply.score));
+        }
         return plies;
     }
 
     std::string pgn_of(int number, int player1_side) const {
-        std::FILE* out = std::tmpfile();
+        std::FILE* out = std::fopen("game.pgn", "w");
         write_match_game(out, *game, number, player1_side);
-        std::rewind(out);
-        char text[512] = {};
-        (void)!std::fread(text, 1, sizeof text - 1, out);
         std::fclose(out);
-        return text;
+        return read_file("game.pgn");
     }
 
     EngineParams players[2];
@@ -78,66 +77,60 @@ protected:
 };
 
 TEST_F(MatchGames, GamesEndByTheRules) {
-    // Stalemate: a draw with no move.
-    EXPECT_EQ(play("7k/5Q2/6K1/8/8/8/8/8 b - -"), (std::vector<std::string>{"null 0"}));
-    EXPECT_EQ(game->result, kOtherResult);
-    EXPECT_EQ(pgn_of(8, kWhite), "[Event selfplay]\n[Game 8]\n[White \"Player1\"]\n[Black \"Player2\"]\n"
-                                 "[Result \"1/2-1/2\"]\n   a1a1 {0.00/1}\n\n\n");
-    // Mated: the side to move loses.
-    EXPECT_EQ(play("7k/6Q1/6K1/8/8/8/8/8 b - -"), (std::vector<std::string>{"null -9999"}));
-    EXPECT_EQ(game->result, kWhiteWon);
-    // A score beyond 1100 either way ends the game at once; the move is
-    // recorded, not played.
-    ASSERT_EQ(play("4k3/8/8/8/8/8/8/3QK3 w - -").size(), 1u);
-    EXPECT_GT(game->plies[0].score, 1100);
-    EXPECT_EQ(game->result, kWhiteWon);
-    EXPECT_EQ(thread_table[0]->history_count, 0);
-    ASSERT_EQ(play("4k3/8/8/8/8/8/8/3QK3 b - -").size(), 1u);
-    EXPECT_EQ(game->result, kWhiteWon);
-    // The fifty-move rule: after one more quiet move the next ply finds a draw.
-    const std::vector<std::string> fifty = play("r3k3/8/8/8/8/8/8/4K2R w - -", 99);
-    ASSERT_EQ(fifty.size(), 2u);
-    EXPECT_EQ(fifty[1], "null 0");
-    EXPECT_EQ(game->result, kOtherResult);
-    EXPECT_EQ(thread_table[0]->history_count, 1);
-    // Black's moves are indented and end the line.
-    const std::string pgn = pgn_of(7, kBlack);
-    EXPECT_EQ(pgn.rfind("[Event selfplay]\n[Game 7]\n[White \"Player2\"]\n[Black \"Player1\"]\n", 0), 0u);
-    EXPECT_TRUE(pgn.ends_with("}   a1a1 {0.00/0}\n\n\n")) << pgn;
+    // The last ply recorded ends the game and is not played.
+    const struct {
+        const char* fen;
+        int fifty_count;
+        const char* plies;  // a pattern
+        int result;
+        const char* pgn_end;
+    } cases[] = {
+        {"7k/5Q2/6K1/8/8/8/8/8 b - -", 0, "null/0", kOtherResult,  // stalemate
+         "[Result \"1/2-1/2\"]\n   a1a1 {0.00/1}\n\n\n"},
+        {"7k/6Q1/6K1/8/8/8/8/8 b - -", 0, "null/-9999", kWhiteWon, ""},  // mated
+        {"4k3/8/8/8/8/8/8/3QK3 w - -", 0, "[a-h1-8]{4}/won", kWhiteWon, ""},  // adjudicated
+        {"4k3/8/8/8/8/8/8/3QK3 b - -", 0, "[a-h1-8]{4}/lost", kWhiteWon, ""},
+        // The fifty-move rule: after one more quiet move the next ply finds a draw.
+        {"r3k3/8/8/8/8/8/8/4K2R w - -", 99, "[a-h1-8]{4}/-?\\d+ null/0", kOtherResult, "}   a1a1 {0.00/0}\n\n\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.fen);
+        parse_fen(thread_table[0]->pos, c.fen);
+        thread_table[0]->pos.fifty_count = static_cast<uint8_t>(c.fifty_count);
+        const std::string plies = play();
+        EXPECT_TRUE(std::regex_match(plies, std::regex(c.plies))) << plies;
+        EXPECT_EQ(game->result, c.result);
+        EXPECT_EQ(thread_table[0]->history_count, game->count - 1);
+        // Player 1 as Black: Black's moves are indented and end the line.
+        const std::string pgn = pgn_of(7, kBlack);
+        EXPECT_EQ(pgn.rfind("[Event selfplay]\n[Game 7]\n[White \"Player2\"]\n[Black \"Player1\"]\n", 0), 0u);
+        EXPECT_TRUE(pgn.ends_with(c.pgn_end)) << pgn;
+    }
 }
 
 TEST_F(MatchGames, RepetitionAndLengthDraws) {
     Position& pos = thread_table[0]->pos;
     parse_fen(pos, kStartFen);
     const char* knights[] = {"Nf3", "Nf6", "Ng1", "Ng8"};
-    for (int i = 0; i < 8; ++i) {
-        Move move = kNoMove;
-        ASSERT_TRUE(parse_move(pos, knights[i % 4], &move));
-        make_move(pos, move);
-        EXPECT_EQ(drawn_by_rule(pos), i == 7) << i;  // the start position a third time
-    }
-    EXPECT_TRUE(play_match_game(*game, players, kWhite));
-    EXPECT_EQ(game->count, 1);
-    EXPECT_EQ(game->plies[0].move, kNoMove);
+    auto play_knights = [&](int until) {
+        while (thread_table[0]->history_count < until) {
+            Move move = kNoMove;
+            ASSERT_TRUE(parse_move(pos, knights[thread_table[0]->history_count % 4], &move));
+            make_move(pos, move);
+        }
+    };
+    play_knights(8);  // the start position a third time
+    EXPECT_EQ(play(), "null/0");
 
     // A game the history can hold no more of is drawn with its move unplayed.
-    while (thread_table[0]->history_count < kGameHistoryLimit - 2) {
-        Move move = kNoMove;
-        ASSERT_TRUE(parse_move(pos, knights[thread_table[0]->history_count % 4], &move));
-        make_move(pos, move);
-    }
+    play_knights(kGameHistoryLimit - 2);
     pos.fifty_count = 0;  // no repetition or fifty-move draw can end it first
-    EXPECT_TRUE(play_match_game(*game, players, kWhite));
-    EXPECT_EQ(game->count, 3);
-    EXPECT_NE(game->plies[2].move, kNoMove);
+    EXPECT_TRUE(std::regex_match(play(), std::regex("([a-h1-8]{4}/-?\\d+ ?){3}")));
     EXPECT_EQ(game->result, kOtherResult);
     EXPECT_EQ(thread_table[0]->history_count, kGameHistoryLimit);
 }
 
 // ---- the real binary ----
-
-const char* const kBookMoves[12] = {"e2e4", "e7e5", "g1f3", "b8c6", "f1b5", "a7a6",
-                                    "b5a4", "g8f6", "e1g1", "f8e7", "f1e1", "b7b5"};
 
 // The default piece-square tables as settings-file lines.
 std::string default_tables() {
@@ -227,23 +220,17 @@ TEST_F(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
             plies.push_back({square((*p)[1]), square((*p)[2]), int(std::lround(std::stod((*p)[3]) * 100)),
                              std::stoi((*p)[4])});
         ASSERT_GT(plies.size(), 12u);
+        // The first 12 plies come from the book, the rest from a search.
+        const std::string book_plies = "e2e4 {0.00/0}   e7e5 {0.00/0}\ng1f3 {0.00/0}   b8c6 {0.00/0}\n"
+                                       "f1b5 {0.00/0}   a7a6 {0.00/0}\nb5a4 {0.00/0}   g8f6 {0.00/0}\n"
+                                       "e1g1 {0.00/0}   f8e7 {0.00/0}\nf1e1 {0.00/0}   b7b5 {0.00/0}\n";
+        EXPECT_EQ(moves.substr(0, book_plies.size()), book_plies);
+        for (std::size_t i = 12; i + 1 < plies.size(); ++i) EXPECT_GT(plies[i].depth, 0) << i;
         parse_fen(pos, kStartFen);
         EXPECT_TRUE(replays(pos, plies, 0));
-        // The first 12 plies come from the book (depth 0), the rest from a search.
-        for (std::size_t i = 0; i + 1 < plies.size(); ++i) {
-            const std::string move = std::string(square_names[plies[i].from]) + square_names[plies[i].to];
-            if (i < 12) {
-                EXPECT_EQ(move + "/" + std::to_string(plies[i].depth), kBookMoves[i] + std::string("/0"));
-            } else {
-                EXPECT_GT(plies[i].depth, 0) << i;
-            }
-        }
-        const RecordedPly& last = plies.back();
-        const bool white_moved_last = plies.size() % 2 == 1;
-        const char* expected = last.score > 1100    ? (white_moved_last ? "1-0" : "0-1")
-                               : last.score < -1100 ? (white_moved_last ? "0-1" : "1-0")
-                                                    : "1/2-1/2";
-        EXPECT_EQ((*g)[1].str(), expected);
+        // The score of the last ply, from White's side, gives the result.
+        const int last = plies.size() % 2 == 1 ? plies.back().score : -plies.back().score;
+        EXPECT_EQ((*g)[1].str(), last > 1100 ? "1-0" : last < -1100 ? "0-1" : "1/2-1/2");
     }
     EXPECT_GE(checked, 3);
     std::size_t printed = 0;
