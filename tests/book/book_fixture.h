@@ -6,9 +6,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -17,7 +17,6 @@
 #include "board/attacks.h"
 #include "board/make_move.h"
 #include "board/notation.h"
-#include "board/position.h"
 #include "book/book_entry.h"
 #include "book/book_index.h"
 #include "book/book_key.h"
@@ -72,8 +71,8 @@ private:
     char previous_[4096] = {};
 };
 
-inline void write_text(const std::string& name, const std::string& text) {
-    std::ofstream(name, std::ios::binary) << text;
+inline void write_text(const std::string& name, const std::string& bytes) {
+    std::ofstream(name, std::ios::binary) << bytes;
 }
 
 inline std::string read_bytes(const std::string& name) {
@@ -81,17 +80,18 @@ inline std::string read_bytes(const std::string& name) {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
+inline BookEntry record_of(const BookKey& key, uint16_t wins, uint16_t losses, uint16_t draws) {
+    return BookEntry{key.key16, key.key32, wins, losses, draws};
+}
+
 // Writes the records in book order (the test sorts them itself).
 inline void write_book(const std::string& name, std::vector<BookEntry> records) {
     std::sort(records.begin(), records.end(), [](const BookEntry& a, const BookEntry& b) {
         return a.key16 != b.key16 ? a.key16 > b.key16 : a.key32 > b.key32;
     });
-    std::string bytes;
-    for (const BookEntry& entry : records) {
-        uint8_t record[kBookEntrySize];
-        encode_book_entry(entry, record);
-        bytes.append(reinterpret_cast<const char*>(record), kBookEntrySize);
-    }
+    std::string bytes(records.size() * kBookEntrySize, '\0');
+    for (std::size_t i = 0; i < records.size(); ++i)
+        encode_book_entry(records[i], reinterpret_cast<uint8_t*>(bytes.data()) + i * kBookEntrySize);
     write_text(name, bytes);
 }
 
@@ -112,8 +112,4 @@ inline std::vector<BookEntry> read_built_book(const std::string& name) {
         records.push_back(e);
     }
     return records;
-}
-
-inline BookEntry record_of(const BookKey& key, uint16_t wins, uint16_t losses, uint16_t draws) {
-    return BookEntry{key.key16, key.key32, wins, losses, draws};
 }
