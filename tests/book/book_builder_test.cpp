@@ -19,7 +19,7 @@ class BookBuilding : public BookTest {
 protected:
     // Builds from the games; returns what was printed.
     std::string build(const std::string& games) {
-        write_text("book.pgn", games);
+        write_file("book.pgn", games);
         // A leftover of an interrupted build must not leak into this one.
         write_book("tmp.opn", {record_of(Game("e2e4").key(), 100, 100, 100)});
         testing::internal::CaptureStdout();

@@ -153,7 +153,7 @@ TEST_F(BookProbe, BadFilesNeverBreakTheProbe) {
     for (const char* line : {"e2e4 e7e5", "d2d4 d7d5", "e2e4 c7c5 g1f3"})
         records.push_back(record_of(Game(line).key(), 5, 10, 20));
     write_book("good.opn", records);
-    const std::string good = read_bytes("good.opn");
+    const std::string good = read_file("good.opn");
     std::mt19937 random(99);
     std::string noise(14 * 1000 + 5, '\0');
     for (char& c : noise) c = char(random());
@@ -171,7 +171,7 @@ TEST_F(BookProbe, BadFilesNeverBreakTheProbe) {
     };
     for (const Case& c : cases) {
         std::remove("bad.opn");
-        if (c.records >= 0) write_text("bad.opn", c.content);
+        if (c.records >= 0) write_file("bad.opn", c.content);
         use_book_file("bad.opn");
         EXPECT_EQ(book_count, std::max(c.records, 0)) << c.what;
         const std::string start = probe("");
@@ -185,7 +185,7 @@ TEST_F(BookProbe, BadFilesNeverBreakTheProbe) {
         for (int n = int(random() % 8); n >= 0; --n) bytes[random() % bytes.size()] = char(random());
         if (random() % 4 == 0) bytes.resize(random() % bytes.size());
         if (random() % 4 == 0) bytes += std::string(random() % 30, char(random()));
-        write_text("fuzz.opn", bytes);
+        write_file("fuzz.opn", bytes);
         use_book_file("fuzz.opn", int(random() % 40));
         for (const char* played : {"", "e2e4", "e2e4 e7e5", "d2d4 d7d5"}) probe(played);
     }

@@ -51,7 +51,7 @@ using EightMoves = BookTest;
 
 TEST_F(EightMoves, BookHoldsExactlyThePositionsOfMoreThanEightGames) {
     if (!std::ifstream(kGames).good()) GTEST_SKIP() << kGames << " is not there";
-    write_text("book.pgn", read_bytes(kGames));
+    write_file("book.pgn", read_file(kGames));
     testing::internal::CaptureStdout();
     ASSERT_TRUE(build_book());
     testing::internal::GetCapturedStdout();
@@ -59,7 +59,7 @@ TEST_F(EightMoves, BookHoldsExactlyThePositionsOfMoreThanEightGames) {
     for (const BookEntry& e : read_built_book("book.opn")) built[{e.key16, e.key32}] = e;
 
     int cut_games = 0;
-    std::istringstream games(read_bytes(kGames));
+    std::istringstream games(read_file(kGames));
     const auto seen = count_positions(games, &cut_games);
     EXPECT_LT(cut_games, 1000);  // 790 in this collection
     std::size_t kept = 0, wrong = 0;

@@ -181,7 +181,7 @@ TEST_F(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
     // Player 1's settings missing, then without piece-square tables: no match.
     for (const char* says : {"Can't open file test1.rc\n\n",
                              "file vorn.rc contains invalid PST\nCan't open file test1.rc\n\n"}) {
-        EngineProcess engine({"-nolog", "-match", "games.pgn"}, directory_);
+        EngineProcess engine({"-nolog", "-match", "games.pgn"}, scratch_.path);
         ASSERT_EQ(engine.wait_exit(30), 0);
         EXPECT_NE(engine.output().find(says), std::string::npos) << engine.output();
         EXPECT_EQ(engine.output().find("Starting match"), std::string::npos);
@@ -197,7 +197,7 @@ TEST_F(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
     printed_by(build_book);
     ASSERT_EQ(std::rename("book.opn", "vorn.opn"), 0);
 
-    EngineProcess engine({"-nolog", "-d", "2", "-match", "games.pgn"}, directory_);
+    EngineProcess engine({"-nolog", "-d", "2", "-match", "games.pgn"}, scratch_.path);
     ASSERT_GT(engine.wait_for("   3 games,", 120), 0) << engine.output();
     engine.send("quit");
     ASSERT_EQ(engine.wait_exit(60), 0);

@@ -15,10 +15,7 @@
 
 namespace {
 
-std::string knight_odds_positions() {
-    std::ifstream in(std::string(VORN_SOURCE_DIR) + "/tests/tools/data/knight_odds.epd");
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+std::string knight_odds_positions() { return read_file(VORN_SOURCE_DIR "/tests/tools/data/knight_odds.epd"); }
 
 // Every number that follows `label` in text, in order.
 std::vector<double> numbers_after(const std::string& text, const std::string& label) {
@@ -40,7 +37,7 @@ using Tuner = ToolTest;
 TEST_F(Tuner, GradientPassRaisesATooLowKnightValueAndLowersTheError) {
     write_file("vorn.rc", "knight_value 200 200\n");
     write_file("odds.epd", knight_odds_positions());
-    EngineProcess engine({"-tune", "odds.epd"}, directory_);
+    EngineProcess engine({"-tune", "odds.epd"}, scratch_.path);
     engine.close_input();
     ASSERT_EQ(engine.wait_exit(120), 0);
 
@@ -71,7 +68,7 @@ TEST_F(Tuner, GradientPassRaisesATooLowKnightValueAndLowersTheError) {
 
 TEST_F(Tuner, GradientPassWithoutPositionsOrLogMovesNothing) {
     {
-        EngineProcess engine({"-tune", "missing.epd"}, directory_);
+        EngineProcess engine({"-tune", "missing.epd"}, scratch_.path);
         engine.close_input();
         ASSERT_EQ(engine.wait_exit(60), 0);
         const std::vector<double> knight = numbers_after(engine.output(), "** knight_value_op = ");
@@ -80,7 +77,7 @@ TEST_F(Tuner, GradientPassWithoutPositionsOrLogMovesNothing) {
         EXPECT_EQ(numbers_after(engine.output(), "\nerr= ").back(), 1.0);
     }
     ASSERT_EQ(std::system("rm tune.log && mkdir tune.log"), 0);
-    EngineProcess engine({"-tune", "missing.epd"}, directory_);
+    EngineProcess engine({"-tune", "missing.epd"}, scratch_.path);
     engine.close_input();
     ASSERT_EQ(engine.wait_exit(30), 0);
     EXPECT_EQ(engine.output().find("pass="), std::string::npos);
@@ -89,7 +86,7 @@ TEST_F(Tuner, GradientPassWithoutPositionsOrLogMovesNothing) {
 TEST_F(Tuner, ConsoleLineSearchReportsABetterValueAndKeepsTheGame) {
     write_file("vorn.rc", "knight_value 200 200\n");
     write_file("tune.epd", knight_odds_positions());
-    EngineProcess engine({"-c"}, directory_);
+    EngineProcess engine({"-c"}, scratch_.path);
     engine.send("fen 4k3/8/8/8/8/8/8/4K2N w - -");
     engine.send("tune no_such_parameter");
     engine.send("tune knight_value_op");
