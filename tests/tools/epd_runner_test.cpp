@@ -148,19 +148,17 @@ TEST_F(EpdRunner, SelectorSamplesEverySixteenthUsableRecordAndQuietsTheRun) {
     run(0, 0);
     EXPECT_NE(printed.find("Analyzing test.epd..."), std::string::npos);
     EXPECT_NE(printed.find("0 / 50 correct best moves\n"), std::string::npos);
-    EXPECT_NE(printed.find("xcnt= 0\n\n"), std::string::npos);
 }
 
-TEST_F(EpdRunner, MissingFilesRunNothing) {
+TEST_F(EpdRunner, MissingOrGarbageFilesNeverCrash) {
     EXPECT_EQ(run_epd(kEpdQuiet), 1.0);  // no test.epd
     write_file("test.epd", kWhiteToMove + " bm Nc3;\n");
     ASSERT_EQ(mkdir("unsolved.epd", 0700), 0);  // cannot be created as a file
     EXPECT_EQ(run(kEpdQuiet, 1).positions, 0);
     EXPECT_EQ(run_epd(kEpdQuiet), 1.0);
     EXPECT_EQ(run(kEpdQuiet, 0).positions, 1);  // the tuner's depth does not write it
-}
+    ASSERT_EQ(rmdir("unsolved.epd"), 0);
 
-TEST_F(EpdRunner, GarbageRecordsNeverCrash) {
     std::string junk;
     for (int i = 0; i < 600; ++i) junk += static_cast<char>((i * 37 + 11) % 255 + 1);
     const std::string long_record = kWhiteToMove + " id \"" + std::string(300, 'x') + "\"; c9 \"1-0\";";
