@@ -24,11 +24,11 @@ const std::vector<std::string> kOperaGame = {
     "Nf6",  "Qb3",  "Qe7",   "Nc3",  "c6",    "Bg5",  "b5",    "Nxb5",  "cxb5", "Bxb5+", "Nbd7",
     "O-O-O", "Rd8", "Rxd7",  "Rxd7", "Rd1",   "Qe6",  "Bxd7+", "Nxd7",  "Qb8+", "Nxb8", "Rd8#"};
 
-// A game in PGN with each move's comment giving the score in centipawns from
+// The opera game in PGN with each move's comment giving the score in centipawns from
 // the mover's view, as engines write them; no comment for kNoScore, one
 // without a score for kUnreadableScore.
-std::string game_text(const std::vector<std::string>& moves, const std::vector<int>& scores,
-                      const char* result = "1-0") {
+std::string game_text(const std::vector<int>& scores, const char* result = "1-0") {
+    const std::vector<std::string>& moves = kOperaGame;
     std::string text = std::string("[Event \"test\"]\n[Round \"1\"]\n[Result \"") + result + "\"]\n\n";
     char comment[32];
     for (std::size_t i = 0; i < moves.size(); ++i) {
@@ -107,7 +107,7 @@ TEST_F(PgnScanner, AnnotatedCopyMarksLevelMovesTheOpponentsScoresPunish) {
     } cases[] = {{"1-0", true}, {"1/2-1/2", true}, {"0-1", false}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.result);
-        EXPECT_EQ(scan(game_text(kOperaGame, scores, c.result), 1), "games= 1, positions= 0\n\n");
+        EXPECT_EQ(scan(game_text(scores, c.result), 1), "games= 1, positions= 0\n\n");
         const std::string copy = read_file("tmp.pgn");
         const std::vector<std::string> lines = lines_of(copy);
         ASSERT_EQ(lines.size(), 4u + 32u + 2u);  // tags and the game's number, 32 moves, two ends
@@ -122,7 +122,7 @@ TEST_F(PgnScanner, AnnotatedCopyMarksLevelMovesTheOpponentsScoresPunish) {
 TEST_F(PgnScanner, EpdModesWriteRecordsTheRunnerAndTheTunerTake) {
     std::vector<int> scores(kOperaGame.size(), 10);
     scores[4] = 600;  // mode 3 stops after the first move scored above 500
-    const std::string game = game_text(kOperaGame, scores);
+    const std::string game = game_text(scores);
 
     // Mode 2: not the first 20 plies, not the last six moves, not in check.
     EXPECT_EQ(scan(game, 2), "games= 1, positions= 6\n\n");
@@ -150,7 +150,7 @@ TEST_F(PgnScanner, EpdModesWriteRecordsTheRunnerAndTheTunerTake) {
 
     // Mode 2 stops at a move without a score.
     scores[22] = kNoScore;
-    scan(game_text(kOperaGame, scores), 2);
+    scan(game_text(scores), 2);
     EXPECT_EQ(best_moves(read_file("tmp.epd")), (std::vector<std::string>{"Bxb5+"}));
 
     // Mode 4 takes rook endings with one pawn only; mode 0 only counts.
@@ -205,7 +205,7 @@ TEST_F(PgnScanner, BrokenFilesNeverCrash) {
     // Missing input or an output that cannot be written: silence.
     EXPECT_EQ(printed_by([] { scan_pgn("no-such.pgn", 2); }), "");
     ASSERT_EQ(std::system("rm -f tmp.epd && mkdir tmp.epd"), 0);
-    EXPECT_EQ(scan(game_text(kOperaGame, {}), 2), "");
+    EXPECT_EQ(scan(game_text({}), 2), "");
 }
 
 }  // namespace

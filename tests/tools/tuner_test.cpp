@@ -4,9 +4,9 @@
 // and in the console's line search, which leaves the game as it was.
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <cmath>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -26,9 +26,7 @@ std::vector<double> numbers_after(const std::string& text, const std::string& la
 }
 
 double mean(const std::vector<double>& v, std::size_t from, std::size_t to) {
-    double sum = 0;
-    for (std::size_t i = from; i < to; ++i) sum += v[i];
-    return sum / double(to - from);
+    return std::accumulate(v.begin() + from, v.begin() + to, 0.0) / double(to - from);
 }
 
 // Each test's directory is the engine's working directory.
