@@ -3,12 +3,8 @@
 // files written and read record by record, and positions reached by moves.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -17,11 +13,11 @@
 #include "board/attacks.h"
 #include "board/make_move.h"
 #include "board/notation.h"
-#include "board/position.h"
 #include "book/book_entry.h"
 #include "book/book_index.h"
 #include "book/book_key.h"
 #include "book/book_settings.h"
+#include "tests/scratch_directory.h"
 
 // A position with its own history, set from the start position (or a FEN)
 // and moved on by blank-separated moves in any notation parse_move reads.
@@ -53,32 +49,18 @@ protected:
         init_attack_tables();
         init_hash_keys_tables();
     }
-    void SetUp() override {
-        char pattern[] = "/tmp/vorn-book-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        directory_ = pattern;
-        ASSERT_NE(getcwd(previous_, sizeof previous_), nullptr);
-        ASSERT_EQ(chdir(pattern), 0);
-    }
+    void SetUp() override { ASSERT_FALSE(scratch_.path.empty()); }
     void TearDown() override {
         close_book();
         book_settings = BookSettings{};
-        EXPECT_EQ(chdir(previous_), 0);
-        (void)!std::system(("rm -rf '" + directory_ + "'").c_str());
     }
 
 private:
-    std::string directory_;
-    char previous_[4096] = {};
+    ScratchDirectory scratch_;
 };
 
-inline void write_text(const std::string& name, const std::string& text) {
-    std::ofstream(name, std::ios::binary) << text;
-}
-
-inline std::string read_bytes(const std::string& name) {
-    std::ifstream in(name, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+inline BookEntry record_of(const BookKey& key, uint16_t wins, uint16_t losses, uint16_t draws) {
+    return BookEntry{key.key16, key.key32, wins, losses, draws};
 }
 
 // Writes the records in book order (the test sorts them itself).
@@ -86,20 +68,17 @@ inline void write_book(const std::string& name, std::vector<BookEntry> records) 
     std::sort(records.begin(), records.end(), [](const BookEntry& a, const BookEntry& b) {
         return a.key16 != b.key16 ? a.key16 > b.key16 : a.key32 > b.key32;
     });
-    std::string bytes;
-    for (const BookEntry& entry : records) {
-        uint8_t record[kBookEntrySize];
-        encode_book_entry(entry, record);
-        bytes.append(reinterpret_cast<const char*>(record), kBookEntrySize);
-    }
-    write_text(name, bytes);
+    std::string bytes(records.size() * kBookEntrySize, '\0');
+    for (std::size_t i = 0; i < records.size(); ++i)
+        encode_book_entry(records[i], reinterpret_cast<uint8_t*>(bytes.data()) + i * kBookEntrySize);
+    write_file(name, bytes);
 }
 
 // Reads a book that "mkbook" wrote, checking what every such book satisfies:
 // whole records, keys strictly descending, no all-zero key, no record of 8
 // games or fewer.
 inline std::vector<BookEntry> read_built_book(const std::string& name) {
-    const std::string bytes = read_bytes(name);
+    const std::string bytes = read_file(name);
     EXPECT_EQ(bytes.size() % kBookEntrySize, 0u);
     std::vector<BookEntry> records;
     for (std::size_t at = 0; at + kBookEntrySize <= bytes.size(); at += kBookEntrySize) {
@@ -112,8 +91,4 @@ inline std::vector<BookEntry> read_built_book(const std::string& name) {
         records.push_back(e);
     }
     return records;
-}
-
-inline BookEntry record_of(const BookKey& key, uint16_t wins, uint16_t losses, uint16_t draws) {
-    return BookEntry{key.key16, key.key32, wins, losses, draws};
 }

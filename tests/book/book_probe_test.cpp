@@ -73,9 +73,7 @@ TEST_F(BookProbe, ChoosesOnlyWellScoredMovesWithEnoughGames) {
         {"highest weight wins", "", {{"e2e4", 0, 0, 20}, {"d2d4", 0, 0, 40}, {"g1f3", 0, 0, 30}}, true, 1, "d2d4"},
         {"a tie goes to the move generated first", "", {{"e2e4", 0, 0, 20}, {"d2d4", 0, 0, 20}}, true, 1, "d2d4"},
         {"variety 0 counts as 1", "", {{"e2e4", 0, 0, 20}, {"d2d4", 0, 0, 40}}, true, 0, "d2d4"},
-        {"negative variety counts as 1", "", {{"e2e4", 0, 0, 20}, {"d2d4", 0, 0, 40}}, true, -5, "d2d4"},
         {"all-zero counts are ignored", "", {{"e2e4", 0, 0, 0}}, true, 1, ""},
-        {"moves that only lost are ignored", "", {{"e2e4", 50, 0, 0}}, true, 1, ""},
         {"white needs more than 0.45", "", {{"e2e4", 11, 9, 0}}, true, 1, ""},
         {"white: 9 of 19", "", {{"e2e4", 10, 9, 0}}, true, 1, "e2e4"},
         {"black needs more than 0.41", "e2e4", {{"e7e5", 13, 9, 0}}, true, 1, ""},
@@ -147,7 +145,7 @@ TEST_F(BookProbe, LookupFindsEveryRecordThroughTheWindow) {
     }
 }
 
-// Missing, empty, cut, unsorted and random files, then mutated copies of a
+// Missing, empty, cut and random files, then mutated copies of a
 // good one (bytes changed, cut or added at random): the probe reads them all
 // without fault (the sanitizer builds check every read) and still uses what
 // is sound.
@@ -156,10 +154,7 @@ TEST_F(BookProbe, BadFilesNeverBreakTheProbe) {
     for (const char* line : {"e2e4 e7e5", "d2d4 d7d5", "e2e4 c7c5 g1f3"})
         records.push_back(record_of(Game(line).key(), 5, 10, 20));
     write_book("good.opn", records);
-    const std::string good = read_bytes("good.opn");
-    std::string reversed;
-    for (std::size_t at = good.size(); at >= kBookEntrySize; at -= kBookEntrySize)
-        reversed += good.substr(at - kBookEntrySize, kBookEntrySize);
+    const std::string good = read_file("good.opn");
     std::mt19937 random(99);
     std::string noise(14 * 1000 + 5, '\0');
     for (char& c : noise) c = char(random());
@@ -173,12 +168,11 @@ TEST_F(BookProbe, BadFilesNeverBreakTheProbe) {
         {"missing", "", -1, ""},
         {"empty", "", 0, ""},
         {"a partial last record", good + "\x01\x02\x03", int32_t(records.size()), "d2d4"},
-        {"unsorted", reversed, int32_t(records.size()), nullptr},
         {"random bytes", noise, 1000, nullptr},
     };
     for (const Case& c : cases) {
         std::remove("bad.opn");
-        if (c.records >= 0) write_text("bad.opn", c.content);
+        if (c.records >= 0) write_file("bad.opn", c.content);
         use_book_file("bad.opn");
         EXPECT_EQ(book_count, std::max(c.records, 0)) << c.what;
         const std::string start = probe("");
@@ -192,7 +186,7 @@ TEST_F(BookProbe, BadFilesNeverBreakTheProbe) {
         for (int n = int(random() % 8); n >= 0; --n) bytes[random() % bytes.size()] = char(random());
         if (random() % 4 == 0) bytes.resize(random() % bytes.size());
         if (random() % 4 == 0) bytes += std::string(random() % 30, char(random()));
-        write_text("fuzz.opn", bytes);
+        write_file("fuzz.opn", bytes);
         use_book_file("fuzz.opn", int(random() % 40));
         for (const char* played : {"", "e2e4", "e2e4 e7e5", "d2d4 d7d5"}) probe(played);
     }

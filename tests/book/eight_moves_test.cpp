@@ -3,25 +3,16 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <map>
-#include <tuple>
 
 #include "book/book_builder.h"
-#include "core/line_file.h"
 #include "tests/book/book_fixture.h"
 
 namespace {
 
 const std::string kGames = std::string(VORN_TEST_DATA) + "/8moves_v3.pgn";
 
-// A position as the book tells positions apart: placement, side to move and
-// en-passant square (castling rights play no part), here by the board's own
-// Zobrist placement key rather than the book key.
-using Identity = std::tuple<uint64_t, int, int>;
-
-struct Seen {
-    BookKey key;
+struct Counts {
     int wins = 0, losses = 0, draws = 0;  // for the side to move there
 };
 
@@ -29,34 +20,30 @@ struct Seen {
 // numbers, moves and results, nothing else. A move the notation reader
 // rejects ends its game, as it does for the builder. (Some games name a
 // knight move without the file a pinned second knight calls for.)
-std::map<Identity, Seen> count_positions(const std::string& path, int* cut_games) {
-    std::map<Identity, Seen> seen;
-    std::FILE* file = std::fopen(path.c_str(), "r");
-    if (!file) return seen;
+std::map<std::pair<uint16_t, uint32_t>, Counts> count_positions(std::istream& in, int* cut_games) {
+    std::map<std::pair<uint16_t, uint32_t>, Counts> seen;
     std::unique_ptr<Game> game;
     char result = '*';
-    char line[256];
-    while (read_line(file, line, sizeof line)) {
-        if (std::strncmp(line, "[Result \"", 9) == 0) {
+    for (std::string line; std::getline(in, line);) {
+        if (line.starts_with("[Result \"")) {
             game = std::make_unique<Game>();
-            result = std::strncmp(line + 9, "1-0", 3) == 0 ? 'w' : std::strncmp(line + 9, "0-1", 3) == 0 ? 'b' : 'd';
+            result = line.starts_with("[Result \"1-0") ? 'w' : line.starts_with("[Result \"0-1") ? 'b' : 'd';
         }
         if (line[0] == '[' || !game) continue;
-        for (char* word = std::strtok(line, " "); word; word = std::strtok(nullptr, " ")) {
-            if ((*word >= '0' && *word <= '9') || *word == '*' || game->history->history_count >= 50) continue;
-            if (!game->try_play(word)) {
+        std::istringstream words(line);
+        for (std::string word; words >> word;) {
+            if ((word[0] >= '0' && word[0] <= '9') || word[0] == '*' || game->history->history_count >= 50) continue;
+            if (!game->try_play(word.c_str())) {
                 ++*cut_games;
                 game.reset();
                 break;
             }
-            const Position& p = game->pos;
-            Seen& s = seen[{p.hash_key, p.side_to_move, p.ep_square}];
-            s.key = game->key();
-            const char mover_side = p.side_to_move == kWhite ? 'w' : 'b';
-            (result == 'd' ? s.draws : result == mover_side ? s.wins : s.losses)++;
+            const BookKey key = game->key();
+            Counts& counts = seen[{key.key16, key.key32}];
+            const char mover_side = game->pos.side_to_move == kWhite ? 'w' : 'b';
+            (result == 'd' ? counts.draws : result == mover_side ? counts.wins : counts.losses)++;
         }
     }
-    std::fclose(file);
     return seen;
 }
 
@@ -64,31 +51,31 @@ using EightMoves = BookTest;
 
 TEST_F(EightMoves, BookHoldsExactlyThePositionsOfMoreThanEightGames) {
     if (!std::ifstream(kGames).good()) GTEST_SKIP() << kGames << " is not there";
-    write_text("book.pgn", read_bytes(kGames));
+    write_file("book.pgn", read_file(kGames));
     testing::internal::CaptureStdout();
     ASSERT_TRUE(build_book());
     testing::internal::GetCapturedStdout();
-    const std::vector<BookEntry> records = read_built_book("book.opn");
-    std::map<std::pair<uint16_t, uint32_t>, BookEntry> by_key;
-    for (const BookEntry& e : records) by_key[{e.key16, e.key32}] = e;
+    std::map<std::pair<uint16_t, uint32_t>, BookEntry> built;
+    for (const BookEntry& e : read_built_book("book.opn")) built[{e.key16, e.key32}] = e;
 
     int cut_games = 0;
-    const std::map<Identity, Seen> seen = count_positions(kGames, &cut_games);
+    std::istringstream games(read_file(kGames));
+    const auto seen = count_positions(games, &cut_games);
     EXPECT_LT(cut_games, 1000);  // 790 in this collection
     std::size_t kept = 0, wrong = 0;
-    for (const auto& [identity, s] : seen) {
-        const auto found = by_key.find({s.key.key16, s.key.key32});
-        if (s.wins + s.losses + s.draws <= 8) {
-            wrong += found != by_key.end();
+    for (const auto& [key, c] : seen) {
+        const auto found = built.find(key);
+        if (c.wins + c.losses + c.draws <= 8) {
+            wrong += found != built.end();
             continue;
         }
         ++kept;
-        const bool same = found != by_key.end() && found->second.stm_wins == s.wins &&
-                          found->second.stm_losses == s.losses && found->second.draws == s.draws;
+        const bool same = found != built.end() && found->second.stm_wins == c.wins &&
+                          found->second.stm_losses == c.losses && found->second.draws == c.draws;
         wrong += !same;
     }
     EXPECT_EQ(wrong, 0u);
-    EXPECT_EQ(kept, records.size());
+    EXPECT_EQ(kept, built.size());
     EXPECT_GT(kept, 5000u);
 }
 
