@@ -79,6 +79,34 @@ TEST_F(SmallTable, StoredMateScoreReadsBackAtAnotherPly) {
     EXPECT_EQ(r.depth, 6);
 }
 
+// The benchmark's table is far larger than its trees, so it never replaces
+// another position's entry: these rules are checked here alone.
+TEST_F(SmallTable, AFullBucketKeepsDeepEntriesOfThisSearch) {
+    // A full bucket of depth-10 entries of this search keeps them against a
+    // depth-2 result for another key (10 - 7 > 2) ...
+    tt_generation = 4;
+    for (uint32_t k = 1; k <= 4; k++) tt_store(key_in_bucket(100 + k), 0, 1, 10, 0, 50, 5, 0);
+    uint64_t newcomer = key_in_bucket(200);
+    tt_store(newcomer, 0, 1, 2, 0, 50, 5, 0);
+    EXPECT_FALSE(tt_read(newcomer, 0, 1, board).hit);
+    // ... while a depth-3 result replaces the oldest, shallowest slot.
+    tt_store(newcomer, 0, 1, 3, 0, 50, 5, 0);
+    EXPECT_TRUE(tt_read(newcomer, 0, 1, board).hit);
+    EXPECT_FALSE(tt_read(key_in_bucket(101), 0, 1, board).hit);
+    EXPECT_TRUE(tt_read(key_in_bucket(102), 0, 1, board).hit);
+}
+
+TEST_F(SmallTable, OlderGenerationsLoseFirst) {
+    tt_generation = 2;
+    for (uint32_t k = 1; k <= 3; k++) tt_store(key_in_bucket(k), 0, 1, 9, 0, 50, 5, 0);
+    tt_generation = 1;
+    tt_store(key_in_bucket(4), 0, 1, 20, 0, 50, 5, 0);  // deep but old
+    tt_generation = 3;
+    tt_store(key_in_bucket(5), 0, 1, 14, 0, 50, 5, 0);
+    EXPECT_FALSE(tt_read(key_in_bucket(4), 0, 1, board).hit);
+    EXPECT_TRUE(tt_read(key_in_bucket(5), 0, 1, board).hit);
+}
+
 TEST_F(SmallTable, ImplausibleMoveIsAMissButRefreshesTheAge) {
     uint64_t key = key_in_bucket(55);
     Move move = Move((12 << 8) | 28);  // e2e4

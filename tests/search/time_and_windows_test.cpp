@@ -3,6 +3,19 @@
 #include "search/iterate.h"
 #include "tests/search/search_fixture.h"
 
+// Deep iterations and mate scores: the benchmark's depth-limited searches
+// reach neither, so its node count does not guard these windows.
+TEST(Aspiration, DeepIterationsAndMateScores) {
+    // Deep iterations keep at least 15 on each side.
+    EXPECT_EQ(aspiration_width(20, 0), 15);
+    // Near a mate score the window opens to the end of the range.
+    int a, b;
+    aspiration_window(10, 9690, &a, &b);
+    EXPECT_EQ(b, 10000);
+    aspiration_window(10, -9690, &a, &b);
+    EXPECT_EQ(a, -10000);
+}
+
 // The plain clock formulas are checked through the UCI "trg_time" lines;
 // these are the modes and inputs a GUI conversation does not reach.
 TEST(TimeTarget, ClockModes) {
