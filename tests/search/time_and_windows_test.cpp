@@ -27,6 +27,15 @@ TEST(TimeTarget, ClockModes) {
     EXPECT_NEAR(compute_target_time(ponder, 0, 0, false), 60.0 / 39 * 1.3, 1e-9);
     EXPECT_EQ(ponder.moves_to_go, 38);
 
+    // From the thirtieth ply on, 24 moves are taken to remain.
+    SearchLimits late;
+    late.ponder_enabled = 0;
+    late.time_mode = 0;
+    late.clock[1] = 10.0;
+    late.increment = 0.1;
+    EXPECT_NEAR(compute_target_time(late, 1, 40, false), 10.0 / 25 + 0.1 * 10 / 10.2, 1e-9);
+    EXPECT_EQ(late.moves_to_go, 24);
+
     // Fixed time per move: the target is the move time, which becomes the clock.
     SearchLimits fixed;
     fixed.time_mode = 1;
