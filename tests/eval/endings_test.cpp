@@ -1,5 +1,5 @@
-// Whole evaluations: the start position, the endings scored without the
-// full evaluation, the material draws and the draw-scaling factors.
+// Whole evaluations: the endings scored without the full evaluation, the
+// material draws and the draw-scaling factors.
 
 #include <gtest/gtest.h>
 
@@ -9,21 +9,14 @@
 
 namespace {
 
+// The endings scored without the full evaluation, and the draw scaling
+// below, lie beyond the benchmark's search trees: its node count does not
+// move when their numbers do, so their worked values are pinned here.
 TEST(Evaluate, WorkedScores) {
     const struct {
         const char* fen;
         int score;
     } cases[] = {
-        // Every term but the tempo cancels: 14 x 148 / 128 = 16.
-        {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", 16},
-        {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR b KQkq -", 16},
-        // Symmetric pawn ending (stage 24): the endgame tempo, 7 x 148 / 128.
-        {"4k3/pppp4/8/8/8/8/PPPP4/4K3 b - -", 8},
-        // Symmetric with one knight each (stage 22): (16 x 2 + 8 x 22) / 24.
-        {"1n2k3/pppp4/8/8/8/8/PPPP4/1N2K3 w - -", (16 * 2 + 8 * 22) / 24},
-        // The side to move in check is not evaluated.
-        {"4k3/8/8/8/8/8/4r3/4K3 w - -", -10000},
-        {"rnbqkbnr/ppppp2p/5p2/6pQ/4P3/8/PPPP1PPP/RNB1KBNR b KQkq -", -10000},
         // Bishop and knight, dark bishop: a8 is the wrong corner (pull 6);
         // v = 2 + 200 + 12 - 10, times four.
         {"k7/8/8/8/8/2K5/3N4/2B5 w - -", 4 * 204},

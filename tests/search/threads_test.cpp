@@ -175,25 +175,3 @@ TEST(Threads, LongGameHistoryLeavesRoomForTheSearch) {
     EXPECT_TRUE(legal_in_game_position(search_result.best_move));
     EXPECT_LE(thread_table[1]->seldepth, 66);
 }
-
-TEST(Threads, SecondaryWorkersSkipACrowdedDepth) {
-    engine_up(4);
-    limits.max_depth = 30;
-    for (int i = 1; i <= 4; i++) thread_table[i]->iteration_depth = 9;
-    thread_table[1]->iteration_depth = 10;
-    thread_table[2]->iteration_depth = 10;
-    EXPECT_EQ(secondary_iteration_depth(10), 10);  // two on depth 10: not yet
-    thread_table[3]->iteration_depth = 11;
-    EXPECT_EQ(secondary_iteration_depth(10), 11);  // round(4 * 0.5 + 1) = 3 are there
-    // Never at shallow depths, with MultiPV, or at the depth limit.
-    for (int i = 1; i <= 4; i++) thread_table[i]->iteration_depth = 6;
-    EXPECT_EQ(secondary_iteration_depth(6), 6);
-    for (int i = 1; i <= 4; i++) thread_table[i]->iteration_depth = 12;
-    limits.multipv = 2;
-    EXPECT_EQ(secondary_iteration_depth(12), 12);
-    limits.multipv = 1;
-    limits.max_depth = 12;
-    EXPECT_EQ(secondary_iteration_depth(12), 12);
-    for (int i = 1; i <= 4; i++) thread_table[i]->iteration_depth = 0;
-    engine_up(1);
-}

@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(TbEngine, TablebaseRootForcesScoreAndMoveUntilThePathIsCleared) {
+TEST(TbEngine, PathFromTheSettingsFileAndUciForcesTheRootScoreAndMove) {
     use_shared_tables();
     const char* fen = "8/8/8/8/8/3Q4/3K4/7k w - - 0 1";
     int wdl, dtz;
@@ -20,10 +20,13 @@ TEST(TbEngine, TablebaseRootForcesScoreAndMoveUntilThePathIsCleared) {
         kept.push_back(std::string{char('a' + move_from(*m) % 8), char('1' + move_from(*m) / 8),
                                    char('a' + move_to(*m) % 8), char('1' + move_to(*m) / 8)});
 
-    EngineProcess engine({"-hash", "4", "-threads", "2"});
-    engine.send("uci\nsetoption name SyzygyPath value " + kTableDir + "\nisready");
+    // The settings file's path is initialised at start.
+    TempDir dir;
+    dir.write("vorn.rc", "SyzygyPath \"" + kTableDir + "\"\n");
+    EngineProcess engine({"-hash", "4", "-threads", "2"}, dir.path);
+    engine.send("uci\nisready");
     ASSERT_GE(engine.wait_for("readyok", 10), 0);
-    EXPECT_NE(engine.output().find("info string found 40 tablebases\n"), std::string::npos);
+    EXPECT_NE(engine.output().find("info string found 40 tablebases\n"), std::string::npos) << engine.output();
 
     const std::string out = search(engine, std::string("position fen ") + fen + "\ngo depth 9");
     std::smatch m;
@@ -46,17 +49,12 @@ TEST(TbEngine, TablebaseRootForcesScoreAndMoveUntilThePathIsCleared) {
     const std::string plain = search(engine, std::string("position fen ") + fen + "\ngo depth 4");
     EXPECT_EQ(plain.find("cp 9800"), std::string::npos);
     EXPECT_NE(plain.find("tbhits 0 "), std::string::npos);
-    engine.send("quit");
-    EXPECT_EQ(engine.wait_exit(10), 0);
-}
 
-TEST(TbEngine, SettingsFilePathIsInitialisedAtStart) {
-    TempDir dir;
-    dir.write("vorn.rc", "SyzygyPath \"" + kTableDir + "\"\n");
-    EngineProcess engine({"-hash", "4"}, dir.path);
-    engine.send("isready");
-    EXPECT_GE(engine.wait_for("readyok", 10), 0);
-    EXPECT_NE(engine.output().find("info string found 40 tablebases\n"), std::string::npos) << engine.output();
+    // And set again over UCI.
+    const std::size_t again = engine.output().size();
+    engine.send("setoption name SyzygyPath value " + kTableDir + "\nisready");
+    ASSERT_GE(engine.wait_for("readyok", 10, again), 0);
+    EXPECT_NE(engine.output().find("info string found 40 tablebases\n", again), std::string::npos);
     engine.send("quit");
     EXPECT_EQ(engine.wait_exit(10), 0);
 }

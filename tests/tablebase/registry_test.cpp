@@ -12,20 +12,8 @@
 
 namespace {
 
-TEST(TbRegistry, EmptyPathsRegisterNothingAndProbeNothing) {
+TEST(TbRegistry, PathListSearchesEachDirectoryAndEmptyPathsFindNothing) {
     use_shared_tables();
-    const TbBoard krk("8/8/8/8/8/2k5/8/R3K3 b - -");
-    for (const char* path : {"<empty>", ""}) {
-        EXPECT_EQ(init_path(path), "");
-        EXPECT_EQ(tb_largest, 0);
-        EXPECT_EQ(tb_probe_wdl(krk.pos, 50), -1);
-        int wdl, dtz;
-        Move move;
-        EXPECT_EQ(tb_probe_root(krk.pos, &wdl, &dtz, &move), -1);
-    }
-}
-
-TEST(TbRegistry, PathListSearchesEachDirectoryAndSkipsEmptyParts) {
     TempDir a, b;
     a.copy("KQvK.rtbw");
     b.copy("KRvK.rtbw");
@@ -35,6 +23,17 @@ TEST(TbRegistry, PathListSearchesEachDirectoryAndSkipsEmptyParts) {
     EXPECT_EQ(tb_probe_wdl(TbBoard("8/8/8/8/8/2k5/8/R3K3 w - -").pos, 1), 4);
     EXPECT_EQ(tb_probe_wdl(TbBoard("8/8/8/8/8/2k5/8/Q3K3 b - -").pos, 1), 0);
     EXPECT_EQ(tb_probe_wdl(TbBoard("8/8/8/8/8/2k5/8/B3K3 b - -").pos, 1), -1);
+
+    // Empty paths register nothing and probe nothing.
+    const TbBoard krk("8/8/8/8/8/2k5/8/R3K3 b - -");
+    for (const char* path : {"<empty>", ""}) {
+        EXPECT_EQ(init_path(path), "");
+        EXPECT_EQ(tb_largest, 0);
+        EXPECT_EQ(tb_probe_wdl(krk.pos, 50), -1);
+        int wdl, dtz;
+        Move move;
+        EXPECT_EQ(tb_probe_root(krk.pos, &wdl, &dtz, &move), -1);
+    }
     EXPECT_EQ(init_path(kTableDir), "info string found 40 tablebases\n");
     EXPECT_EQ(tb_largest, 5);
 }
