@@ -43,7 +43,9 @@ struct TbEntry {
     std::atomic<uint8_t> ready;
     uint8_t num;
     bool symmetric;
-    bool has_pawns;
+    // Its DTZ file is missing or damaged: reported once, never tried again,
+    // even after its cache slot has gone to another table (under tb_mutex).
+    mutable bool dtz_dropped;
     int counts[2][7];
     TbTable wdl;
 };
@@ -55,7 +57,6 @@ struct TbHashSlot {
 
 struct DtzCacheSlot {
     const TbEntry* entry;  // material the slot holds, null when free
-    bool usable;           // false: missing or damaged, remembered so it is reported once
     TbTable table;
 };
 
@@ -164,7 +165,7 @@ void register_table(const char* name, const int counts[2][7]) {
     entry->num = 0;
     for (int c = 0; c < 2; c++)
         for (int t = kPawn; t <= kKing; t++) entry->num = uint8_t(entry->num + counts[c][t]);
-    entry->has_pawns = has_pawns;
+    entry->dtz_dropped = false;
     entry->key = tb_material_key(counts, false);
     const uint64_t swapped = tb_material_key(counts, true);
     entry->symmetric = swapped == entry->key;
@@ -272,12 +273,13 @@ int table_wdl(const TbPosition& pos, int& success) {
 // The DTZ file of an entry from the cache, mapped on demand; caller holds
 // tb_mutex.
 const TbTable* dtz_table(const TbEntry* entry) {
+    if (entry->dtz_dropped) return nullptr;
     for (int i = 0; i < dtz_count; i++) {
         const int slot = dtz_order[i];
         if (dtz_slots[slot].entry != entry) continue;
         for (int k = i; k > 0; k--) dtz_order[k] = dtz_order[k - 1];
         dtz_order[0] = slot;
-        return dtz_slots[slot].usable ? &dtz_slots[slot].table : nullptr;
+        return &dtz_slots[slot].table;
     }
     int slot;
     if (dtz_count < kDtzCacheSize) {
@@ -290,8 +292,8 @@ const TbTable* dtz_table(const TbEntry* entry) {
     dtz_order[0] = slot;
     DtzCacheSlot& s = dtz_slots[slot];
     s.entry = entry;
-    s.usable = open_table(s.table, entry->name, ".rtbz", true, entry->counts);
-    return s.usable ? &s.table : nullptr;
+    entry->dtz_dropped = !open_table(s.table, entry->name, ".rtbz", true, entry->counts);
+    return entry->dtz_dropped ? nullptr : &s.table;
 }
 
 // DTZ from the table for a position whose WDL `wdl` (nonzero) is known.
