@@ -44,6 +44,13 @@ TEST_F(MakeMoveTest, StateAfterDoublePushAndNullMove) {
     EXPECT_EQ(history->last_move, sq_move("e2e4"));
     EXPECT_FALSE(is_legal(pos, kBlack, 0));
 
+    // The fifty-move byte stops at 255 rather than wrap to 0 in a long game.
+    const char* shuffle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
+    for (int i = 0; i < 300; i++) make_move(pos, sq_move(shuffle[i % 4]));
+    EXPECT_EQ(pos.fifty_count, 255);
+    make_null_move(pos);
+    EXPECT_EQ(pos.fifty_count, 255);
+
     // Setting a position again starts a fresh history.
     set(kStartFen);
     EXPECT_EQ(history->history_count, 0);
@@ -104,17 +111,6 @@ TEST_F(MakeMoveTest, LegalLinesFromOutside) {
     const uint16_t line[] = {sq_move("e2e4"), sq_move("e7e5"), 0};
     EXPECT_EQ(legal_line_length(pos, line, 1), 1);
     EXPECT_FALSE(is_legal_move(pos, 0));
-}
-
-// The byte that counts moves since the last capture or pawn move stops at
-// 255 rather than wrap to 0 in a longer game.
-TEST_F(MakeMoveTest, FiftyCountStopsAt255) {
-    set(kStartFen);
-    const char* shuffle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
-    for (int i = 0; i < 300; i++) make_move(pos, sq_move(shuffle[i % 4]));
-    EXPECT_EQ(pos.fifty_count, 255);
-    make_null_move(pos);
-    EXPECT_EQ(pos.fifty_count, 255);
 }
 
 // Whether a move gives check at all the round trip below checks; which kind,

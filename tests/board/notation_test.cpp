@@ -2,6 +2,7 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "board/make_move.h"
 #include "board/notation.h"
@@ -91,45 +92,29 @@ TEST_F(NotationTest, SanForms) {
     }
 }
 
+// Each spelling with the move it names ("" for none).
 TEST_F(NotationTest, ParseEverySpelling) {
-    set(kStartFen);
-    EXPECT_EQ(parsed("e2e4"), "e2e4");
-    EXPECT_EQ(parsed("Nf3"), "g1f3");
-    EXPECT_EQ(parsed("Ngf3"), "g1f3");
-    EXPECT_EQ(parsed("N1f3"), "g1f3");
-    EXPECT_EQ(parsed("Nf3+"), "g1f3");
-    EXPECT_EQ(parsed("e4"), "e2e4");
-    EXPECT_EQ(parsed("E2E4"), "");
-    EXPECT_EQ(parsed("nf3"), "");
-    EXPECT_EQ(parsed("e2e5"), "");
-    EXPECT_EQ(parsed("Ke2"), "");
-
-    set("r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
-    EXPECT_EQ(parsed("o-o"), "e1g1");
-    EXPECT_EQ(parsed("O-O"), "e1g1");
-    EXPECT_EQ(parsed("0-0"), "e1g1");
-    EXPECT_EQ(parsed("0-0-0"), "e1c1");
-
-    set("4k3/4P3/8/3p4/4P3/8/8/4K3 w - - 0 1");
-    EXPECT_EQ(parsed("exd5"), "e4d5");
-    EXPECT_EQ(parsed("ed"), "e4d5");
-
-    set("3rk3/2P5/8/8/8/8/8/4K3 w - - 0 1");
-    EXPECT_EQ(parsed("c8=Q"), "c7c8q");
-    EXPECT_EQ(parsed("c8q"), "c7c8q");
-    EXPECT_EQ(parsed("c7c8=Q"), "c7c8q");
-    EXPECT_EQ(parsed("c7c8=n"), "c7c8n");
-    EXPECT_EQ(parsed("cxd8=R+"), "c7d8r");
-    EXPECT_EQ(parsed("cd=B"), "c7d8b");
-    EXPECT_EQ(parsed("c7c8"), "") << "a promotion needs its piece";
-    // A pawn-capture shorthand towards the b-file reads as a promotion.
-    set("4k3/8/8/8/8/1p6/2P5/4K3 w - - 0 1");
-    EXPECT_EQ(parsed("cxb3"), "c2b3");
-    EXPECT_EQ(parsed("cb"), "");
-    // The pinned knight's move is generated but illegal.
-    set("4k3/4r3/8/8/8/8/4N3/4K3 w - - 0 1");
-    EXPECT_EQ(parsed("Nc3"), "");
-    EXPECT_EQ(parsed("Kd1"), "e1d1");
+    const struct {
+        const char* fen;
+        std::vector<std::pair<const char*, const char*>> spellings;
+    } cases[] = {
+        {kStartFen, {{"e2e4", "e2e4"}, {"Nf3", "g1f3"}, {"Ngf3", "g1f3"}, {"N1f3", "g1f3"}, {"Nf3+", "g1f3"},
+                     {"e4", "e2e4"}, {"E2E4", ""}, {"nf3", ""}, {"e2e5", ""}, {"Ke2", ""}}},
+        {kCastles, {{"o-o", "e1g1"}, {"O-O", "e1g1"}, {"0-0", "e1g1"}, {"0-0-0", "e1c1"}}},
+        {"4k3/4P3/8/3p4/4P3/8/8/4K3 w - - 0 1", {{"exd5", "e4d5"}, {"ed", "e4d5"}}},
+        // A promotion needs its piece.
+        {"3rk3/2P5/8/8/8/8/8/4K3 w - - 0 1", {{"c8=Q", "c7c8q"}, {"c8q", "c7c8q"}, {"c7c8=Q", "c7c8q"},
+                                              {"c7c8=n", "c7c8n"}, {"cxd8=R+", "c7d8r"}, {"cd=B", "c7d8b"},
+                                              {"c7c8", ""}}},
+        // A pawn-capture shorthand towards the b-file reads as a promotion.
+        {"4k3/8/8/8/8/1p6/2P5/4K3 w - - 0 1", {{"cxb3", "c2b3"}, {"cb", ""}}},
+        // The pinned knight's move is generated but illegal.
+        {"4k3/4r3/8/8/8/8/4N3/4K3 w - - 0 1", {{"Nc3", ""}, {"Kd1", "e1d1"}}},
+    };
+    for (const auto& c : cases) {
+        set(c.fen);
+        for (const auto& [text, move] : c.spellings) EXPECT_EQ(parsed(text), move) << c.fen << " " << text;
+    }
 }
 
 TEST_F(NotationTest, AmbiguityAndGarbage) {

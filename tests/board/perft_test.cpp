@@ -48,12 +48,6 @@ TEST_F(PerftTest, ShallowTotals) {
     }
 }
 
-TEST_F(PerftTest, NoDepthCountsNothing) {
-    set(kStartFen);
-    EXPECT_EQ(perft(pos, kWhite, 0), 0u);
-    EXPECT_EQ(perft(pos, kWhite, -3), 0u);
-}
-
 TEST_F(PerftTest, ReportLine) {
     testing::internal::CaptureStdout();
     print_perft_result(197281, 0.5);
