@@ -55,19 +55,6 @@ TEST(Mates, TheLosingSideSeesItsMate) {
     EXPECT_EQ(text_of(r.best_move), "a8b8");
 }
 
-TEST(RootEnd, CheckmateAndStalemateAtTheRoot) {
-    engine_up(1);
-    const SearchResult& mated = search_to_depth("R5k1/5ppp/8/8/8/8/5PPP/6K1 b - -", 8);
-    EXPECT_EQ(mated.score, -9999);
-    EXPECT_EQ(mated.best_move, 0);
-    EXPECT_EQ(stop_signal.load(), 3);
-
-    const SearchResult& stale = search_to_depth("7k/5Q2/6K1/8/8/8/8/8 b - -", 8);
-    EXPECT_EQ(stale.score, 0);
-    EXPECT_EQ(stale.best_move, 0);
-    EXPECT_EQ(stop_signal.load(), 3);
-}
-
 TEST(Stalemate, WinningSideDoesNotStalemate) {
     engine_up(1);
     // White queen and king against a cornered king: many queen moves stalemate.

@@ -33,46 +33,6 @@ TEST(Threads, EveryPoolSizeReturnsALegalMove) {
     engine_up(1);
 }
 
-TEST(Threads, PoolRestartsLeaveNoWorkerBehind) {
-    engine_up(1);
-    for (int cycle = 0; cycle < 12; cycle++) {
-        int n = 1 + (cycle * 5) % 9;
-        stop_threads(threads);
-        ASSERT_EQ(start_threads(n), 0);
-        EXPECT_EQ(threads, n);
-        EXPECT_EQ(count_searching(), 0);
-        for (int i = 1; i <= n; i++) ASSERT_NE(thread_table[i], nullptr);
-        if (cycle % 4 == 0) {
-            const SearchResult& r = search_to_depth(kPositions[0], 5);
-            EXPECT_NE(r.best_move, 0);
-        }
-    }
-    stop_threads(threads);
-    ASSERT_EQ(start_threads(1), 0);
-    // Thread counts outside 1..64 are clamped.
-    stop_threads(threads);
-    ASSERT_EQ(start_threads(0), 0);
-    EXPECT_EQ(threads, 1);
-}
-
-TEST(Threads, StopEndsARunningSearchPromptly) {
-    engine_up(2);
-    set_game_position(kPositions[0]);
-    limits.max_depth = 60;
-    tt_clear();
-    read_clock(1);
-    prepare_search();
-    start_workers();
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    EXPECT_GT(count_searching(), 0);
-    stop_signal = 1;
-    double asked = elapsed_now();
-    while (count_searching()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    EXPECT_LT(elapsed_now() - asked, 0.5);
-    EXPECT_TRUE(legal_in_game_position(search_result.best_move));
-    engine_up(1);
-}
-
 TEST(Threads, NodeLimitStopsTheSearch) {
     engine_up(1);
     limits.node_limit = 20000;
@@ -91,53 +51,6 @@ TEST(RootReport, OneLegalMoveIsAnEasyMove) {
     // Several moves: no easy move at low depth.
     search_to_depth(kPositions[0], 8);
     EXPECT_EQ(easy_move.load(), 0);
-}
-
-TEST(RootReport, ProgressLinesInBothProtocols) {
-    engine_up(1);
-    shell.noise = 0.0;
-    testing::internal::CaptureStdout();
-    search_to_depth(kPositions[2], 6);
-    std::string uci = testing::internal::GetCapturedStdout();
-    EXPECT_NE(uci.find("info depth 1 seldepth "), std::string::npos) << uci;
-
-    shell.protocol_mode = 0;
-    testing::internal::CaptureStdout();
-    search_to_depth(kPositions[2], 6);
-    std::string console = testing::internal::GetCapturedStdout();
-    EXPECT_NE(console.find("Ply= 0, Clock= 1000.00s  Target time= 1000.00s"), std::string::npos) << console;
-    EXPECT_NE(console.find("01] 01. "), std::string::npos) << console;
-    shell.protocol_mode = 2;
-    shell.noise = 9999.0;
-}
-
-TEST(Threads, ClockStopsAWorkerPoolWhileLinesArePrinted) {
-    engine_up(3);
-    shell.noise = 0.0;
-    shell.start_request = 1;
-    limits.time_mode = 1;
-    limits.move_time = 0.3;
-    limits.max_depth = 60;
-    set_game_position(kPositions[1]);
-    testing::internal::CaptureStdout();
-    tt_clear();
-    read_clock(1);
-    prepare_search();
-    start_workers();
-    while (count_searching()) {
-        check_time();
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    double took = elapsed_now();
-    std::string out = testing::internal::GetCapturedStdout();
-    EXPECT_GT(took, 0.15);
-    EXPECT_LT(took, 0.8);
-    EXPECT_NE(out.find(" pv "), std::string::npos);
-    EXPECT_TRUE(legal_in_game_position(search_result.best_move));
-    EXPECT_GE(search_result.depth, 2);
-    shell.noise = 9999.0;
-    shell.search_mode = 0;
-    engine_up(1);
 }
 
 TEST(Threads, AStopBeforeTheFirstScoreStillAnswersALegalMove) {

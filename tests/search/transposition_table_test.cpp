@@ -57,17 +57,6 @@ TEST_F(SmallTable, ColoursIndexFromOppositeEnds) {
     EXPECT_GE(tt_bucket(~0ULL, 1), tt_base);
 }
 
-TEST(TranspositionTableScores, MateScoresAreStoredRelativeToTheNode) {
-    EXPECT_EQ(tt_score_to_table(9990, 5), 9995);
-    EXPECT_EQ(tt_score_from_table(9995, 7), 9988);
-    EXPECT_EQ(tt_score_to_table(-9990, 5), -9995);
-    EXPECT_EQ(tt_score_from_table(-9995, 7), -9988);
-    // Ordinary scores and the band edges pass unchanged.
-    EXPECT_EQ(tt_score_to_table(9696, 5), 9696);
-    EXPECT_EQ(tt_score_to_table(-9697, 5), -9697);
-    EXPECT_EQ(tt_score_to_table(-9698, 5), -9703);
-}
-
 TEST_F(SmallTable, StoredMateScoreReadsBackAtAnotherPly) {
     uint64_t key = key_in_bucket(77);
     tt_store(key, 0, 5, 6, -10000, 10000, 9990, 0);
@@ -77,6 +66,11 @@ TEST_F(SmallTable, StoredMateScoreReadsBackAtAnotherPly) {
     EXPECT_EQ(r.score, 9988);
     EXPECT_EQ(r.bound, BOUND_EXACT);
     EXPECT_EQ(r.depth, 6);
+    // Losing mates likewise; ordinary scores and the band edges pass unchanged.
+    EXPECT_EQ(tt_score_from_table(tt_score_to_table(-9990, 5), 7), -9988);
+    EXPECT_EQ(tt_score_to_table(9696, 5), 9696);
+    EXPECT_EQ(tt_score_to_table(-9697, 5), -9697);
+    EXPECT_EQ(tt_score_to_table(-9698, 5), -9703);
 }
 
 // The benchmark's table is far larger than its trees, so it never replaces

@@ -170,6 +170,7 @@ TEST(ConsoleSearch, SearchesReportAndSelfPlayStopsWhenNoMoveIsLeft) {
     EngineProcess engine({"-c", "-hash", "1"});
     engine.send("fen 6k1/5ppp/8/8/8/8/8/R5K1 w - -\ndepth 3\nmv");
     ASSERT_GE(engine.wait_for("TB=0K\n\n", 20), 0) << engine.output();
+    EXPECT_NE(engine.output().find("\nPly= 0, Clock= 5.00s  Target time= 5.00s\n"), std::string::npos);
     EXPECT_TRUE(std::regex_search(
         engine.output(),
         std::regex("move= a1a8, time= [0-9.]+, score= 9998, nodes= [0-9]+, nps= [0-9]+K ebf= [0-9.]+\n"

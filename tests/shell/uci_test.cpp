@@ -254,7 +254,7 @@ TEST(UciShutdown, EveryGoIsAnsweredAfterTheEndOfInputAndQuitAbandonsIt) {
         double at_least, at_most;  // seconds to the exit
     } cases[] = {
         {{}, "position startpos\ngo depth 7", 0, false, 1, "info depth 7 ", 0, 10},
-        {{}, "position startpos\ngo movetime 600", 0, false, 1, "bestmove ", 0.5, 2.5},
+        {{"-threads", "3"}, "position startpos\ngo movetime 600", 0, false, 1, " pv ", 0.5, 2.5},
         {{}, "go depth 2\ngo nodes 3000\ngo depth 3", 0, false, 3, "info depth 3 ", 0, 10},
         {{}, "position startpos\ngo infinite", 0, false, 1, "bestmove ", 0, 1.5},
         {{}, "position startpos moves e2e4\ngo ponder wtime 90000 btime 90000", 0, false, 1, "bestmove ", 0, 1.5},
