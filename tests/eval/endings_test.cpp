@@ -108,31 +108,3 @@ TEST(DrawScaling, Factors) {
 }
 
 }  // namespace
-
-namespace {
-
-// Placements no game can reach still get a score, without reading outside
-// any table.
-TEST(Robustness, MalformedPlacements) {
-    const char* fens[] = {
-        "8/8/8/8/8/8/8/8 w - -",
-        "PPPPPPPP/8/8/8/8/8/8/pppppppp w - -",
-        "4k3/PPPPPPPP/8/8/8/8/pppppppp/4K3 b - -",
-        "QQQQQQQQ/QQQQQQQQ/8/8/8/8/qqqqqqqq/K6k w - -",
-        "k7/8/8/8/8/8/8/7P w - -",
-        "kK6/pP6/8/8/8/8/8/8 w - -",
-        "rnbq1bnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQ1BNR w - -",
-    };
-    for (const char* fen : fens) {
-        Board board(fen);
-        Evaluator eval;
-        for (int searching = 0; searching < 2; ++searching) {
-            eval.state->searching = searching;
-            int score = evaluate(board.pos, *eval.state, eval.out, 2, false);  // never the in-check shortcut
-            EXPECT_GT(score, -32768) << fen;
-            EXPECT_LT(score, 32768) << fen;
-        }
-    }
-}
-
-}  // namespace

@@ -56,7 +56,9 @@ TEST(Console, GarbageNeverCrashes) {
     std::string script;
     const std::string fens[] = {"", "x", "99999999999/////////// b KQkq z9",
                                 std::string(40, 'K'), std::string(70, 'p'),
-                                "8/8/8/8 w KQkq e9 12 99", "/ / / /", "8/8/8/8/8/8/8/8 b - -"};
+                                "8/8/8/8 w KQkq e9 12 99", "/ / / /",
+                                "QQQQQQQQ/QQQQQQQQ/8/8/8/8/qqqqqqqq/K6k w - -", "kK6/pP6/8/8/8/8/8/8 w - -",
+                                "8/8/8/8/8/8/8/8 b - -"};
     for (const std::string& fen : fens)
         script += "fen " + fen + "\nbd\nperft 2\nev\nswap\nundo\n]\ngo 2\nmv\n";
     std::string out = run_console(script + "\x01\xff\nmove\njump -5\nlevel x y z\nnew\nquit");
