@@ -69,16 +69,4 @@ TEST(Startup, ThreadsSwitchStartsThatManyWorkersUpToSixtyFour) {
     EXPECT_EQ(threads_with("100"), one + 63);
 }
 
-// (The benchmark switches are run by the search tests.)
-TEST(Startup, ToolSwitchesRunTheirModeAndExit) {
-    for (const char* tool : {"-anepd", "-match", "-tune", "-scan_pgn1"}) {
-        EngineProcess engine({tool, "missing.file"});
-        EXPECT_EQ(engine.wait_exit(10), 0) << tool;
-        const std::string name = tool;
-        if (name == "-match") {
-            EXPECT_NE(engine.output().find("Can't open file test1.rc\n\n"), std::string::npos);
-        }
-    }
-}
-
 }  // namespace

@@ -132,22 +132,14 @@ TEST_F(MatchGames, RepetitionAndLengthDraws) {
 
 // ---- the real binary ----
 
-// The default piece-square tables as settings-file lines.
-std::string default_tables() {
-    const char* names[] = {"pawn", "knight", "bishop", "rook", "queen", "king"};
+// Twelve complete piece-square tables of zeros as settings-file lines.
+std::string flat_tables() {
     std::string file;
-    for (int piece = 1; piece <= 6; ++piece) {
-        for (int phase = 0; phase < 2; ++phase) {
-            file += std::string("PST_") + names[piece - 1] + (phase ? "_en\n" : "_op\n");
-            for (int rank = 7; rank >= 0; --rank) {
-                for (int f = 0; f < 8; ++f) {
-                    const ScorePair& v = params_backup.pst[piece][8 * rank + f];
-                    file += std::to_string(phase ? v.en : v.op) + " ";
-                }
-                file += "\n";
-            }
+    for (const char* piece : {"pawn", "knight", "bishop", "rook", "queen", "king"})
+        for (const char* phase : {"_op\n", "_en\n"}) {
+            file += std::string("PST_") + piece + phase;
+            for (int square = 0; square < 64; ++square) file += square % 8 == 7 ? "0\n" : "0 ";
         }
-    }
     return file;
 }
 
@@ -187,8 +179,8 @@ TEST_F(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
         EXPECT_EQ(engine.output().find("Starting match"), std::string::npos);
         write_file("test1.rc", "knight_value 300 300\n");
     }
-    write_file("test1.rc", "# Player 1: junk lines and lighter knights\nknight_value = 300, 300\n"
-                           "[junk] = = ,,\n\xff\xfe garbage\n" + default_tables());
+    write_file("test1.rc", "# Player 1: junk lines, lighter knights, flat tables\nknight_value = 300, 300\n"
+                           "[junk] = = ,,\n\xff\xfe garbage\n" + flat_tables());
     // A book of one line, drawn in 20 games: a candidate at every ply.
     std::string book_games;
     for (int i = 0; i < 20; ++i)
