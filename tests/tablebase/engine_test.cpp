@@ -50,11 +50,6 @@ TEST(TbEngine, PathFromTheSettingsFileAndUciForcesTheRootScoreAndMove) {
     EXPECT_EQ(plain.find("cp 9800"), std::string::npos);
     EXPECT_NE(plain.find("tbhits 0 "), std::string::npos);
 
-    // And set again over UCI.
-    const std::size_t again = engine.output().size();
-    engine.send("setoption name SyzygyPath value " + kTableDir + "\nisready");
-    ASSERT_GE(engine.wait_for("readyok", 10, again), 0);
-    EXPECT_NE(engine.output().find("info string found 40 tablebases\n", again), std::string::npos);
     engine.send("quit");
     EXPECT_EQ(engine.wait_exit(10), 0);
 }
