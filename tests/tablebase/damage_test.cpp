@@ -19,7 +19,7 @@ std::vector<uint8_t> read_whole(const std::string& path) {
 // Each damaged copy sits in a directory searched before the shared one, so
 // the smaller tables that captures lead to stay sound.
 TEST(TbDamage, CutEmptiedAndWrongMagicFilesAreReportedAsCorrupt) {
-    TempDir dir;
+    ScratchDirectory dir;
     ASSERT_FALSE(dir.path.empty());
     std::mt19937 rng(3);
     for (const std::string& material : shared_materials()) {
@@ -45,7 +45,7 @@ TEST(TbDamage, CutEmptiedAndWrongMagicFilesAreReportedAsCorrupt) {
                 if (kind == 0) bytes.resize(bytes.size() / 2);
                 if (kind == 1) bytes.clear();
                 if (kind == 2) bytes[1] ^= 0x40;
-                dir.write(material + extension, std::string(bytes.begin(), bytes.end()));
+                write_file(dir.path + "/" + material + extension, std::string(bytes.begin(), bytes.end()));
                 init_path(dir.path + ";" + kTableDir);
                 testing::internal::CaptureStderr();
                 int ok;

@@ -21,8 +21,8 @@ TEST(TbEngine, PathFromTheSettingsFileAndUciForcesTheRootScoreAndMove) {
                                    char('a' + move_to(*m) % 8), char('1' + move_to(*m) / 8)});
 
     // The settings file's path is initialised at start.
-    TempDir dir;
-    dir.write("vorn.rc", "SyzygyPath \"" + kTableDir + "\"\n");
+    ScratchDirectory dir;
+    write_file(dir.path + "/vorn.rc", "SyzygyPath \"" + kTableDir + "\"\n");
     EngineProcess engine({"-hash", "4", "-threads", "2"}, dir.path);
     engine.send("uci\nisready");
     ASSERT_GE(engine.wait_for("readyok", 10), 0);

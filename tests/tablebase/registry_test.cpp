@@ -14,10 +14,10 @@ namespace {
 
 TEST(TbRegistry, PathListSearchesEachDirectoryAndEmptyPathsFindNothing) {
     use_shared_tables();
-    TempDir a, b;
-    a.copy("KQvK.rtbw");
-    b.copy("KRvK.rtbw");
-    b.copy("KRvK.rtbz");
+    ScratchDirectory a, b;
+    copy_table(a.path, "KQvK.rtbw");
+    copy_table(b.path, "KRvK.rtbw");
+    copy_table(b.path, "KRvK.rtbz");
     EXPECT_EQ(init_path(a.path + ";;" + b.path + ";"), "info string found 2 tablebases\n");
     EXPECT_EQ(tb_largest, 3);
     EXPECT_EQ(tb_probe_wdl(TbBoard("8/8/8/8/8/2k5/8/R3K3 w - -").pos, 1), 4);
@@ -42,7 +42,7 @@ TEST(TbRegistry, PathListSearchesEachDirectoryAndEmptyPathsFindNothing) {
 // limits and hash buckets hold them all (an overflow ends the process).
 // Empty files are found but are damaged tables when probed.
 TEST(TbRegistry, EverySixPieceMaterialFitsAndDamagedFilesAreDropped) {
-    TempDir dir;
+    ScratchDirectory dir;
     // A side besides its king as counts of Q, R, B, N, P; the stronger side
     // has more pieces or, on equal counts, is ahead at the first difference.
     std::vector<std::array<int, 5>> sides;
@@ -60,7 +60,7 @@ TEST(TbRegistry, EverySixPieceMaterialFitsAndDamagedFilesAreDropped) {
             for (int k = 0; k < 5; k++) name.append(strong[k], "QRBNP"[k]);
             name.append("vK");
             for (int k = 0; k < 5; k++) name.append(weak[k], "QRBNP"[k]);
-            dir.write(name.append(".rtbw"), "");
+            write_file(dir.path + "/" + name.append(".rtbw"), "");
             files++;
         }
     EXPECT_EQ(files, 510);
@@ -76,8 +76,8 @@ TEST(TbRegistry, EverySixPieceMaterialFitsAndDamagedFilesAreDropped) {
 }
 
 TEST(TbRegistry, VanishedTableIsReportedOnceAndDropped) {
-    TempDir dir;
-    dir.copy("KQvK.rtbw");
+    ScratchDirectory dir;
+    copy_table(dir.path, "KQvK.rtbw");
     init_path(dir.path);
     std::remove((dir.path + "/KQvK.rtbw").c_str());
     const TbBoard kqk("8/8/8/8/8/2k5/8/Q3K3 w - -");

@@ -3,10 +3,7 @@
 // published tables of the shared folder registered, positions from FEN.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <random>
 #include <string>
@@ -16,6 +13,7 @@
 #include "board/position.h"
 #include "tablebase/probe.h"
 #include "tablebase/tb_position.h"
+#include "tests/scratch_directory.h"
 
 inline const std::string kTableDir = std::string(VORN_SOURCE_DIR) + "/../shared/syzygy";
 
@@ -43,25 +41,10 @@ inline void use_shared_tables() {
     if (registered_path() != kTableDir) init_path(kTableDir);
 }
 
-// A fresh directory under /tmp, removed with its files at the end.
-struct TempDir {
-    std::string path;
-    TempDir() {
-        char pattern[] = "/tmp/vorn-tb-XXXXXX";
-        if (mkdtemp(pattern)) path = pattern;
-    }
-    TempDir(const TempDir&) = delete;
-    ~TempDir() {
-        if (!path.empty()) (void)!std::system(("rm -rf '" + path + "'").c_str());
-    }
-    void write(const std::string& name, const std::string& bytes) const {
-        std::ofstream(path + "/" + name, std::ios::binary) << bytes;
-    }
-    void copy(const std::string& name) const {
-        std::ifstream in(kTableDir + "/" + name, std::ios::binary);
-        std::ofstream(path + "/" + name, std::ios::binary) << in.rdbuf();
-    }
-};
+// Copies a shared table file into another directory.
+inline void copy_table(const std::string& directory, const std::string& name) {
+    write_file(directory + "/" + name, read_file(kTableDir + "/" + name));
+}
 
 struct TbBoard {
     std::unique_ptr<BoardHistory> history = std::make_unique<BoardHistory>();
