@@ -26,33 +26,19 @@ std::string flip_fen(const std::string& fen) {
     std::string placement, side = "w", castling = "-", ep = "-";
     in >> placement >> side >> castling >> ep;
     auto swap_case = [](char c) {
-        unsigned char u = static_cast<unsigned char>(c);
+        const unsigned char u = static_cast<unsigned char>(c);
         return char(std::isupper(u) ? std::tolower(u) : std::toupper(u));
     };
-    std::vector<std::string> ranks;
-    std::string rank;
+    std::vector<std::string> ranks(1);
     for (char c : placement) {
-        if (c == '/') {
-            ranks.push_back(rank);
-            rank.clear();
-        } else {
-            rank += swap_case(c);
-        }
+        if (c == '/') ranks.emplace_back();
+        else ranks.back() += swap_case(c);
     }
-    ranks.push_back(rank);
     std::string out;
-    for (size_t i = ranks.size(); i-- > 0;) {
-        out += ranks[i];
-        if (i) out += '/';
-    }
-    out += side == "w" ? " b " : " w ";
-    // The swapped rights in the usual KQkq order.
-    std::string ordered;
+    for (auto rank = ranks.rbegin(); rank != ranks.rend(); ++rank) out += (out.empty() ? "" : "/") + *rank;
+    std::string rights;  // the swapped rights in the usual KQkq order
     for (char c : std::string("KQkq"))
-        if (castling.find(swap_case(c)) != std::string::npos) ordered += c;
-    out += ordered.empty() ? "-" : ordered;
-    out += ' ';
-    if (ep == "-" || ep.size() != 2) out += "-";
-    else out += std::string{ep[0], char('1' + ('8' - ep[1]))};
-    return out;
+        if (castling.find(swap_case(c)) != std::string::npos) rights += c;
+    out += (side == "w" ? " b " : " w ") + (rights.empty() ? "-" : rights) + " ";
+    return out + (ep.size() == 2 ? std::string{ep[0], char('1' + ('8' - ep[1]))} : "-");
 }
