@@ -58,14 +58,13 @@ TEST_F(MakeMoveTest, StateAfterDoublePushAndNullMove) {
     EXPECT_EQ(history->last_move, 0);
 }
 
-TEST_F(MakeMoveTest, CastlingRightsFiftyCountAndListOrder) {
+TEST_F(MakeMoveTest, CastlingRightsAndFiftyCount) {
     set("r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
     pos.fifty_count = 7;
     make_move(pos, sq_move("e1g1"));
     EXPECT_EQ(pos.board[5], piece_code(kWhite, kRook));
     EXPECT_EQ(pos.fifty_count, 0);
     EXPECT_EQ(pos.castling, 4 | 8);
-    EXPECT_EQ(list_squares(pos, kWhite, kRook), (std::vector<int>{0, 5}));  // the rook keeps its place
 
     // Taking the h8 rook removes k, though that rook never moved.
     set("r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
@@ -73,66 +72,15 @@ TEST_F(MakeMoveTest, CastlingRightsFiftyCountAndListOrder) {
     make_move(pos, sq_move("h1h8"));
     EXPECT_EQ(pos.castling, 2 | 8);
     EXPECT_EQ(pos.fifty_count, 0);
-
-    // A captured piece leaves a closed gap; undone, it comes back at the end.
-    set("r3k2r/8/8/8/3r4/8/8/R3K3 w - - 0 1");
-    EXPECT_EQ(list_squares(pos, kBlack, kRook), (std::vector<int>{56, 63, 27}));
-    make_move(pos, sq_move("a1a8"));
-    EXPECT_EQ(list_squares(pos, kBlack, kRook), (std::vector<int>{63, 27}));
-    unmake_move(pos);
-    EXPECT_EQ(list_squares(pos, kBlack, kRook), (std::vector<int>{63, 27, 56}));
 }
 
-// Moves from outside the generator (a command, a table, a kept line) are
-// checked against it; a line stops at its first move that cannot be played.
-TEST_F(MakeMoveTest, LegalLinesFromOutside) {
-    struct Case {
-        const char* fen;
-        std::vector<const char*> line;
-        int playable;
-    } cases[] = {
-        {kStartFen, {"e2e4", "e7e5", "g1f3"}, 3},
-        {kStartFen, {"e2e4", "e2e4"}, 1},                              // the pawn has gone
-        {"4k3/4r3/8/8/8/8/4B3/4K3 w - - 0 1", {"e2d3"}, 0},             // pinned bishop
-        {"6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1", {"d1d8", "g8h7"}, 1},  // nothing after mate
-        {"6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1", {"d1d8", "g1h1"}, 1},  // not even the mover's
-    };
-    for (const Case& c : cases) {
-        set(c.fen);
-        const Position before = pos;
-        std::vector<uint16_t> line;
-        for (const char* m : c.line) line.push_back(sq_move(m));
-        line.push_back(0);
-        EXPECT_EQ(legal_line_length(pos, line.data(), 10), c.playable) << c.fen;
-        EXPECT_TRUE(same_position(pos, before));
-        EXPECT_EQ(history->history_count, 0);
-    }
+// A kept line is cut at its first move that cannot be played (whether a
+// move is generated and legal the UCI and match tests see), or at the limit.
+TEST_F(MakeMoveTest, LegalLineStopsAtTheFirstBadMoveOrTheLimit) {
     set(kStartFen);
-    const uint16_t line[] = {sq_move("e2e4"), sq_move("e7e5"), 0};
+    const uint16_t line[] = {sq_move("e2e4"), sq_move("e7e5"), sq_move("e2e4"), sq_move("g1f3"), 0};
+    EXPECT_EQ(legal_line_length(pos, line, 10), 2);
     EXPECT_EQ(legal_line_length(pos, line, 1), 1);
-    EXPECT_FALSE(is_legal_move(pos, 0));
-}
-
-// Whether a move gives check at all the round trip below checks; which kind,
-// and checks by a promoted piece, only this.
-TEST_F(MakeMoveTest, GivesCheckTellsDirectFromDiscovered) {
-    const struct {
-        const char* fen;
-        const char* move;
-        Move promotion;
-        int kind;
-    } cases[] = {
-        {"4k3/8/8/8/4N3/8/8/4R1K1 w - - 0 1", "e4d6", 0, 1},  // direct wins over discovered
-        {"4k3/8/8/8/4N3/8/8/4R1K1 w - - 0 1", "e4c5", 0, 2},
-        {"8/1P1k4/8/8/8/8/8/K7 w - - 0 1", "b7b8", kPromoteKnight, 1},
-        {"8/1P2k3/8/8/8/8/8/K7 w - - 0 1", "b7b8", kPromoteKnight, 0},
-    };
-    for (const auto& c : cases) {
-        set(c.fen);
-        Move m = sq_move(c.move) | c.promotion;
-        MoveEntry entry{m, 0, pos.board[move_from(m)], pos.board[move_to(m)]};
-        EXPECT_EQ(gives_check(pos, kWhite, entry), c.kind) << c.fen << " " << c.move;
-    }
 }
 
 // Plays seeded random legal games, checking at every step that make/unmake
