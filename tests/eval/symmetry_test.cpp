@@ -1,8 +1,5 @@
-// Colour symmetry: a position and its colour-flipped twin (ranks mirrored,
-// colours, side to move, castling and en passant swapped) must evaluate the
-// same, with the threat values swapped. Positions come from random legal
-// playouts, from the opening and from a set of endings, so every special
-// ending and scaling rule gets visited.
+// A position and its colour-flipped twin evaluate the same, threats swapped,
+// over random playouts from openings and from every specially scored ending.
 
 #include <gtest/gtest.h>
 

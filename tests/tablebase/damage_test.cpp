@@ -1,6 +1,5 @@
-// Damaged table files: cut short, emptied, with a wrong magic, or with
-// random bytes changed. None may crash the prober, hang it, or make it read
-// outside the file; the clear cases are reported as damaged.
+// Damaged table files never crash the prober or make it read outside them;
+// the clear cases are reported as damaged.
 
 #include <fstream>
 #include <iterator>

@@ -1,6 +1,5 @@
-// The EPD runner against independent truth: the prediction error recomputed
-// here from `evaluate` and the logistic formula, the records a selector
-// takes, the best-move rule, and files that are missing, empty or garbage.
+// The EPD runner: the prediction error from `evaluate` and the logistic
+// formula, the records a selector takes, the best-move rule, bad files.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,7 +1,5 @@
-// The self-play match: the score line, games that end at once (stalemate,
-// mate, adjudication, the fifty-move rule, repetition), and the real binary
-// playing a few fast games whose PGN record must replay legally and agree
-// with its own results.
+// The self-play match: the score line, games that end by the rules, and the
+// real binary's fast games, whose record must replay legally.
 
 #include <gtest/gtest.h>
 
