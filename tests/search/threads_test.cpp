@@ -30,7 +30,9 @@ TEST(Threads, EveryPoolSizeReturnsALegalMove) {
             EXPECT_GT(thread_table[1]->nodes.load(), 0u);
         }
     }
-    engine_up(1);
+    stop_threads(threads);
+    ASSERT_EQ(start_threads(0), 0);  // counts below one are clamped
+    EXPECT_EQ(threads, 1);
 }
 
 TEST(Threads, NodeLimitStopsTheSearch) {
