@@ -58,6 +58,8 @@ TEST(Console, GarbageNeverCrashes) {
                                 std::string(40, 'K'), std::string(70, 'p'),
                                 "8/8/8/8 w KQkq e9 12 99", "/ / / /",
                                 "QQQQQQQQ/QQQQQQQQ/8/8/8/8/qqqqqqqq/K6k w - -", "kK6/pP6/8/8/8/8/8/8 w - -",
+                                "PPPPPPPP/8/8/8/8/8/8/pppppppp w - -", "4k3/PPPPPPPP/8/8/8/8/pppppppp/4K3 b - -",
+                                "k7/8/8/8/8/8/8/7P w - -", "rnbq1bnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQ1BNR w - -",
                                 "8/8/8/8/8/8/8/8 b - -"};
     for (const std::string& fen : fens)
         script += "fen " + fen + "\nbd\nperft 2\nev\nswap\nundo\n]\ngo 2\nmv\n";
