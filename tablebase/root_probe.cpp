@@ -58,12 +58,14 @@ int tb_probe_root(const Position& pos, int* wdl_out, int* dtz_out, Move* move_ou
     // count, so its child's WDL decides; otherwise the child's DTZ one ply on.
     TbMove moves[kTbMaxMoves];
     int scores[kTbMaxMoves];
+    bool zeroing[kTbMaxMoves];
     const int n = tb_legal_moves(root, moves, false);
     for (int i = 0; i < n; i++) {
         const TbPosition child = tb_make_move(root, moves[i]);
+        zeroing[i] = child.rule50 == 0;
         if (dtz > 0 && tb_is_mate(child)) {
             scores[i] = 1;
-        } else if (child.rule50 == 0) {
+        } else if (zeroing[i]) {
             static constexpr int kByChildWdl[5] = {1, 101, 0, -101, -1};
             scores[i] = kByChildWdl[probe_wdl(child, success) + 2];
         } else {
@@ -96,10 +98,8 @@ int tb_probe_root(const Position& pos, int* wdl_out, int* dtz_out, Move* move_ou
     const int fifty = pos.fifty_count;
     const int result = result_of(dtz, fifty);
     int kept = 0;
-    for (int i = 0; i < n && kept < kMaxRootTbMoves; i++) {
-        const bool zeroing = tb_make_move(root, moves[i]).rule50 == 0;
-        if (result_of(scores[i], zeroing ? 0 : fifty) >= result) root_tb_moves[kept++] = tb_engine_move(moves[i]);
-    }
+    for (int i = 0; i < n && kept < kMaxRootTbMoves; i++)
+        if (result_of(scores[i], zeroing[i] ? 0 : fifty) >= result) root_tb_moves[kept++] = tb_engine_move(moves[i]);
     root_tb_moves[kept] = 0;
 
     if (wdl_out) *wdl_out = result - 2;
