@@ -44,6 +44,39 @@ TEST(Threads, NodeLimitStopsTheSearch) {
     limits.node_limit = 0;
 }
 
+// In-process on purpose: this is the pool the ThreadSanitizer build watches
+// while workers print, the clock runs out and a stop request arrives.
+TEST(Threads, ClockAndStopEndAPrintingPool) {
+    for (int stop_by_clock : {1, 0}) {
+        engine_up(3);
+        shell.noise = 0.0;
+        shell.start_request = 1;
+        limits.time_mode = 1;
+        limits.move_time = stop_by_clock ? 0.3 : 1000.0;
+        limits.max_depth = 60;
+        set_game_position(kPositions[1]);
+        testing::internal::CaptureStdout();
+        tt_clear();
+        read_clock(1);
+        prepare_search();
+        start_workers();
+        while (count_searching()) {
+            check_time();
+            if (!stop_by_clock && elapsed_now() > 0.3) stop_signal = 1;
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        const double took = elapsed_now();
+        const std::string out = testing::internal::GetCapturedStdout();
+        EXPECT_GT(took, 0.15) << stop_by_clock;
+        EXPECT_LT(took, 0.8) << stop_by_clock;
+        EXPECT_NE(out.find(" pv "), std::string::npos);
+        EXPECT_TRUE(legal_in_game_position(search_result.best_move));
+        shell.noise = 9999.0;
+        shell.search_mode = 0;
+    }
+    engine_up(1);
+}
+
 TEST(RootReport, OneLegalMoveIsAnEasyMove) {
     engine_up(1);
     // The white king's only move is Kb1.
