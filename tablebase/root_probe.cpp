@@ -3,23 +3,23 @@
 
 #include <bit>
 
+#include "board/searchable.h"
 #include "tablebase/probe.h"
 
 namespace {
 
-// Placements no table describes; the probe code assumes none of this.
+// Placements no table describes; the probe code assumes none of this. The
+// kings, the pawns and the side that just moved are checked as for any
+// search; the bitboards must not overlap either.
 bool well_formed(const Position& pos) {
-    const Bitboard white = pos.pieces[kWhite][0], black = pos.pieces[kBlack][0];
-    if (white & black) return false;
-    if (std::popcount(pos.pieces[kWhite][kKing]) != 1 || std::popcount(pos.pieces[kBlack][kKing]) != 1) return false;
+    if (pos.pieces[kWhite][0] & pos.pieces[kBlack][0]) return false;
     Bitboard seen = 0;
     for (int type = kPawn; type <= kKing; type++) {
         const Bitboard b = pos.pieces[kWhite][type] | pos.pieces[kBlack][type];
         if (b & seen) return false;
         seen |= b;
     }
-    constexpr Bitboard kBackRanks = 0xFF000000000000FFull;
-    return !((pos.pieces[kWhite][kPawn] | pos.pieces[kBlack][kPawn]) & kBackRanks);
+    return unsearchable_reason(pos) == nullptr;
 }
 
 // Result class 0..4 of a move's score (mover's view, see tb_probe_root)
@@ -42,12 +42,6 @@ int tb_probe_root(const Position& pos, int* wdl_out, int* dtz_out, Move* move_ou
     if (!well_formed(pos)) return -1;
 
     const TbPosition root = tb_position_from(pos, pos.fifty_count);
-    {
-        TbPosition passed = root;  // the side that just moved must not be in check
-        passed.turn ^= 1;
-        passed.ep = 0;
-        if (tb_in_check(passed)) return -1;
-    }
     int success;
     const int dtz = probe_dtz(root, success);
     if (!success) return -1;
