@@ -193,23 +193,28 @@ TEST_F(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
     ASSERT_EQ(engine.wait_exit(60), 0);
     EXPECT_NE(engine.output().find("loaded parameters from test1.rc\n\nStarting match...\n"), std::string::npos);
     const std::string games = read_file("games.pgn");
-    EXPECT_TRUE(games.ends_with("}\n\n"));
 
-    // Every game printed was written whole, and no other; each replays from
-    // the start position and its result follows from its last ply.
+    // Every game printed was written whole, and nothing else: the games cover
+    // the file and each ends after its last ply (a Black move brings its own
+    // newline). Each replays from the start position and its result follows
+    // from its last ply.
     const std::regex game_pattern("\\[Event selfplay\\]\n[\\s\\S]*?\\[Result \"([^\"]*)\"\\]\n([^\\[]*)");
     const std::regex ply_pattern("([a-h][1-8])([a-h][1-8]) \\{(-?[0-9.]+)/([0-9]+)\\}");
     auto square = [](const std::string& name) { return (name[0] - 'a') + 8 * (name[1] - '1'); };
     Position& pos = thread_table[0]->pos;
     int checked = 0;
+    std::size_t covered = 0;
     for (std::sregex_iterator g(games.begin(), games.end(), game_pattern), end; g != end; ++g, ++checked) {
         SCOPED_TRACE("game " + std::to_string(checked + 1));
+        EXPECT_EQ(std::size_t(g->position()), covered);
+        covered += g->length();
         const std::string moves = (*g)[2];
         std::vector<RecordedPly> plies;
         for (std::sregex_iterator p(moves.begin(), moves.end(), ply_pattern); p != end; ++p)
             plies.push_back({square((*p)[1]), square((*p)[2]), int(std::lround(std::stod((*p)[3]) * 100)),
                              std::stoi((*p)[4])});
         ASSERT_GT(plies.size(), 12u);
+        EXPECT_EQ(moves.substr(moves.rfind('}')), plies.size() % 2 == 1 ? "}\n\n" : "}\n\n\n");
         // The first 12 plies come from the book, the rest from a search.
         const std::string book_plies = "e2e4 {0.00/0}   e7e5 {0.00/0}\ng1f3 {0.00/0}   b8c6 {0.00/0}\n"
                                        "f1b5 {0.00/0}   a7a6 {0.00/0}\nb5a4 {0.00/0}   g8f6 {0.00/0}\n"
@@ -223,6 +228,7 @@ TEST_F(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
         EXPECT_EQ((*g)[1].str(), last > 1100 ? "1-0" : last < -1100 ? "0-1" : "1/2-1/2");
     }
     EXPECT_GE(checked, 3);
+    EXPECT_EQ(covered, games.size());
     std::size_t printed = 0;
     for (std::size_t at = 0; (at = engine.output().find(" games,  ", at)) != std::string::npos; ++at) ++printed;
     EXPECT_EQ(std::size_t(checked), printed);
