@@ -69,6 +69,16 @@ int count_searching() {
     return sum;
 }
 
+void search_and_wait(void (*serve_input)(), bool quiet_once_stopped) {
+    start_workers();
+    while (count_searching()) {
+        check_time();
+        if (quiet_once_stopped && stop_signal.load() != 0) continue;
+        sleep_ms(1);
+        serve_input();
+    }
+}
+
 void stop_threads(int n) {
     stop_signal = 99;
     while (count_searching()) sleep_ms(1);

@@ -32,6 +32,12 @@ void start_workers();
 // Sum of the workers' state bytes: 0 when all are idle.
 int count_searching();
 
+// Starts the workers on the prepared search and waits until they finish,
+// checking the clock and, between checks, sleeping 1 ms and calling
+// `serve_input`. With `quiet_once_stopped` the input waits, and the loop
+// no longer sleeps, once the stop flag is set.
+void search_and_wait(void (*serve_input)(), bool quiet_once_stopped = false);
+
 // Adds up every block's counters into search_result's totals and records
 // the elapsed time.
 void sum_counters();

@@ -1,8 +1,5 @@
 #include "shell/benchmark.h"
 
-#include <chrono>
-#include <thread>
-
 #include "board/position.h"
 #include "eval/engine_params.h"
 #include "search/iterate.h"
@@ -66,12 +63,7 @@ void run_benchmark(int positions, bool summary) {
             limits.max_depth = 17;
             iterative_deepening(0);
         } else {
-            start_workers();
-            while (count_searching()) {
-                check_time();
-                read_command();
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            }
+            search_and_wait(read_command);
         }
         shell.search_mode = 0;
         double seconds = elapsed_now();

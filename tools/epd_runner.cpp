@@ -1,11 +1,9 @@
 #include "tools/epd_runner.h"
 
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <thread>
 
 #include "board/notation.h"
 #include "board/position.h"
@@ -101,12 +99,7 @@ double search_record(double& nodes_since_input) {
         }
         return seconds;
     }
-    start_workers();
-    while (count_searching()) {
-        check_time();
-        serve_tool_input();
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    search_and_wait(serve_tool_input);
     return elapsed_now();
 }
 

@@ -1,10 +1,8 @@
 #include "tools/match.h"
 
-#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <memory>
-#include <thread>
 
 #include "board/make_move.h"
 #include "board/notation.h"
@@ -50,14 +48,7 @@ void square_text(Move move, char* buffer) {
 // Runs the search the per-search set-up prepared and waits for it, polling
 // the clock and the input. False when a quit request came in meanwhile.
 bool search_position() {
-    start_workers();
-    while (count_searching()) {
-        check_time();
-        if (stop_signal.load() == 0) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            serve_tool_input();
-        }
-    }
+    search_and_wait(serve_tool_input, true);
     return !shell.quit_requested;
 }
 
