@@ -6,6 +6,7 @@
 #include <string>
 #include <thread>
 
+#include "board/legal_line.h"
 #include "board/make_move.h"
 #include "board/notation.h"
 #include "board/perft.h"
@@ -166,7 +167,7 @@ void print_principal_variation() {
     int played = 0;
     while (played < kMaxPly && game_history_has_room()) {
         TTRead entry = tt_read(full_key(pos), pos.side_to_move, 1, pos.board);
-        if (!entry.hit || !is_playable_move(pos, entry.move)) break;
+        if (!entry.hit || !is_legal_move(pos, entry.move)) break;
         char coordinate[kMoveTextSize], san[kMoveTextSize], with_file[kMoveTextSize],
             with_rank[kMoveTextSize];
         move_to_san(pos, entry.move, coordinate, san, with_file, with_rank);

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <thread>
 
+#include "board/legal_line.h"
 #include "board/make_move.h"
 #include "search/threads.h"
 #include "core/shell_state.h"
@@ -43,7 +44,7 @@ Move replayable_move() {
     const ThreadData& block = game_block();
     if (!game_history_has_room()) return kNoMove;
     Move move = block.history[block.history_count].move;
-    return is_playable_move(block.pos, move) ? move : kNoMove;
+    return is_legal_move(block.pos, move) ? move : kNoMove;
 }
 
 Move read_coordinate_move(const char* word) {

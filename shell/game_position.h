@@ -3,7 +3,6 @@
 // guarded ways of changing it: the history never grows past
 // kGameHistoryLimit, and only legal moves of the side to move are played.
 
-#include "board/legal_line.h"
 #include "board/position.h"
 #include "board/searchable.h"
 #include "board/types.h"
@@ -14,9 +13,6 @@ inline Position& game_position() { return thread_table[0]->pos; }
 
 // Sets the game position from a FEN or EPD record; the history starts empty.
 void set_game_fen(const char* fen);
-
-// True when move is a legal move of the side to move in pos.
-inline bool is_playable_move(const Position& pos, Move move) { return is_legal_move(pos, move); }
 
 // True while the game history can take another move.
 bool game_history_has_room();

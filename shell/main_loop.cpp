@@ -1,5 +1,6 @@
 #include "shell/main_loop.h"
 
+#include "board/legal_line.h"
 #include "board/notation.h"
 #include "book/book_probe.h"
 #include "book/book_settings.h"
@@ -69,7 +70,7 @@ void continue_self_play() {
     const int side = game_position().side_to_move;
     limits.clock[side] = limits.clock[side] - search_result.elapsed + limits.increment;
     Move best = search_result.best_move;
-    if (best == kNoMove || !is_playable_move(game_position(), best) || !play_game_move(best)) {
+    if (best == kNoMove || !is_legal_move(game_position(), best) || !play_game_move(best)) {
         shell.self_play = 0;
         return;
     }

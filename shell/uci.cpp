@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "board/legal_line.h"
 #include "board/notation.h"
 #include "search/search_limits.h"
 #include "search/threads.h"
@@ -51,7 +52,7 @@ void play_move_list(const char* list) {
         word[length] = '\0';
 
         Move move = read_coordinate_move(word);
-        if (!is_playable_move(game_position(), move)) {
+        if (!is_legal_move(game_position(), move)) {
             send_linef("info string illegal move %s in position command, it and the moves after it are ignored",
                        word);
             break;
