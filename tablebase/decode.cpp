@@ -224,10 +224,6 @@ bool like_pieces_adjacent(const TbSubTable& st, int pieces) {
     return true;
 }
 
-}  // namespace
-
-namespace {
-
 // Opens a regular file for reading, or returns -1. A directory or a pipe that
 // happens to carry a table's name is no table (and opening a pipe must not
 // wait for a writer).

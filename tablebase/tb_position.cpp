@@ -33,14 +33,16 @@ bool king_attacked(const TbPosition& p, int colour) {
     return attackers_of(p, std::countr_zero(king), colour ^ 1, tb_occupied(p)) != 0;
 }
 
-Bitboard* type_board(TbPosition& p, int type) {
+// The bitboard of one type (kPawn..kKing), writable when the position is.
+template <class AnyPosition>
+auto& type_board(AnyPosition& p, int type) {
     switch (type) {
-        case kPawn: return &p.pawns;
-        case kKnight: return &p.knights;
-        case kBishop: return &p.bishops;
-        case kRook: return &p.rooks;
-        case kQueen: return &p.queens;
-        default: return &p.kings;
+        case kPawn: return p.pawns;
+        case kKnight: return p.knights;
+        case kBishop: return p.bishops;
+        case kRook: return p.rooks;
+        case kQueen: return p.queens;
+        default: return p.kings;
     }
 }
 
@@ -91,16 +93,7 @@ TbPosition tb_position_from(const Position& pos, int rule50) {
     return p;
 }
 
-Bitboard tb_type(const TbPosition& p, int type) {
-    switch (type) {
-        case kPawn: return p.pawns;
-        case kKnight: return p.knights;
-        case kBishop: return p.bishops;
-        case kRook: return p.rooks;
-        case kQueen: return p.queens;
-        default: return p.kings;
-    }
-}
+Bitboard tb_type(const TbPosition& p, int type) { return type_board(p, type); }
 
 uint64_t tb_material_key(const int counts[2][7], bool swap) {
     uint64_t key = 0;
@@ -129,13 +122,13 @@ TbPosition tb_make_move(const TbPosition& p, TbMove m) {
     c.ep = 0;
     c.rule50 = uint8_t(p.rule50 < 255 ? p.rule50 + 1 : 255);
     if (victim != kNoPiece) {
-        *type_board(c, victim) &= ~to;
+        type_board(c, victim) &= ~to;
         their &= ~to;
         c.rule50 = 0;
     }
     own ^= from | to;
-    *type_board(c, type) &= ~from;
-    *type_board(c, m.promotion ? m.promotion : type) |= to;
+    type_board(c, type) &= ~from;
+    type_board(c, m.promotion ? m.promotion : type) |= to;
     if (type == kPawn) {
         c.rule50 = 0;
         const int step = mover == kWhite ? 8 : -8;
