@@ -19,6 +19,7 @@
 #include "book/pgn_tokens.h"
 #include "core/line_file.h"
 #include "core/output.h"
+#include "core/progress.h"
 
 namespace {
 
@@ -37,11 +38,6 @@ constexpr int kMinGames = 8;             // positions seen this often or less ar
 constexpr int kLineSize = 1 << 16;
 constexpr int kTokenSize = 255;
 
-void print_progress(const char* text) {
-    std::fputs(text, stdout);
-    std::fflush(stdout);
-}
-
 class BookBuilder {
 public:
     explicit BookBuilder(BookEntry* records) : records_(records) {
@@ -50,6 +46,7 @@ public:
     }
 
     bool failed() const { return failed_; }
+    long games() const { return games_; }
 
     void read_line_of(const char* line) {
         if (std::strstr(line, "[Result")) {
@@ -68,9 +65,9 @@ public:
         merge_buffer();
         merge_book();
         if (failed_) return;
-        print_progress("pruning...");
+        print_text("pruning...");
         if (!prune_book_file(kBookFile, kMinGames, kMergedFile)) failed_ = true;
-        print_progress("\n");
+        print_text("\n");
     }
 
 private:
@@ -141,14 +138,14 @@ private:
         if (failed_) return;
         if (!merge_records_into_file(kMergedFile, records_, count_, kMergeOutput)) failed_ = true;
         count_ = 0;
-        print_progress(".");
+        print_text(".");
     }
 
     void merge_book() {
         if (failed_) return;
-        print_progress("\nmerging...");
+        print_text("\nmerging...");
         if (!merge_file_into_file(kBookFile, kMergedFile, kMergeOutput)) failed_ = true;
-        print_progress("\n");
+        print_text("\n");
     }
 
     BookEntry* records_;
@@ -179,7 +176,14 @@ bool build_book() {
 
     auto builder = std::make_unique<BookBuilder>(records.get());
     auto line = std::make_unique<char[]>(kLineSize);
-    while (!builder->failed() && read_line(games, line.get(), kLineSize)) builder->read_line_of(line.get());
+    ProgressMeter progress("games");
+    const int64_t file_size = regular_file_size(games);
+    long games_shown = 0;
+    while (!builder->failed() && read_line(games, line.get(), kLineSize)) {
+        builder->read_line_of(line.get());
+        if (builder->games() != games_shown && progress.shown())
+            progress.update_by_bytes(games_shown = builder->games(), std::ftell(games), file_size);
+    }
     std::fclose(games);
     builder->finish();
     if (builder->failed()) {

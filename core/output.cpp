@@ -4,11 +4,13 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "core/progress.h"
 #include "core/shell_state.h"
 
 // Workers print progress lines while the main thread answers commands; holding
 // the stream's lock for the text, its newline and the flush keeps lines whole.
 static void write_line(std::FILE* stream, const char* text) {
+    if (stream == stdout) clear_progress_line();
     flockfile(stream);
     std::fputs(text, stream);
     std::fputc('\n', stream);
@@ -36,6 +38,12 @@ void send_linef(const char* format, ...) {
 }
 
 void print_unlogged(const char* text) { write_line(stdout, text); }
+
+void print_text(const char* text) {
+    clear_progress_line();
+    std::fputs(text, stdout);
+    std::fflush(stdout);
+}
 
 bool open_log_file() {
     static const char* const name = "vorn.log";

@@ -14,6 +14,10 @@ void log_line(const char* text);
 // Diagnostic listings go to standard output only, never to the log.
 void print_unlogged(const char* text);
 
+// Text as it is (its own line ends, or none yet) on standard output, flushed
+// at once and not logged: the tools' running reports.
+void print_text(const char* text);
+
 // Deletes and re-creates "vorn.log" in the working directory. Prints
 // "log file in use" when an existing log cannot be deleted; returns whether a
 // log is open.

@@ -36,6 +36,9 @@ void parse_command_line(int argc, const char* const* argv, CommandLine& line) {
         } else if (is("-pbench")) {
             line.pbench = 1;
             line.bench_positions = 10;
+        } else if (is("--help") || is("-h") || is("--version")) {
+            if (line.info == InfoRequest::none)
+                line.info = is("--version") ? InfoRequest::version : InfoRequest::usage;
         } else if (is("-noise") || is("-d") || is("-t") || is("-n") || is("-hash") ||
                    is("-threads") || is("-anepd") || is("-match") || is("-tune") ||
                    std::strstr(word, "-scan_pgn")) {

@@ -6,6 +6,9 @@
 
 enum class RunMode : uint8_t { normal_play, epd_runner, pgn_scanner, match, benchmark, tuner };
 
+// "--help" or "-h", and "--version": answered before the engine starts.
+enum class InfoRequest : uint8_t { none, usage, version };
+
 struct CommandLine {
     // Start from the engine's defaults; switches overwrite them left to right.
     int16_t protocol_mode = 2;
@@ -26,6 +29,7 @@ struct CommandLine {
     bool anepd_given = false;
     bool match_given = false;
     bool tune_given = false;
+    InfoRequest info = InfoRequest::none;  // the first of them on the line
     char epd_file[140] = {};
     char match_file[140] = {};
     char scan_file[140] = {};
@@ -34,7 +38,8 @@ struct CommandLine {
 // Reads the words of the command line (argv[0] is the program and is skipped).
 // Words that are not switches are ignored, except "bench", which runs the
 // benchmark as test frameworks such as OpenBench call it; a switch that needs
-// a value but is the last word is ignored.
+// a value but is the last word is ignored. "--help", "-h" and "--version" are
+// only noted here: start-up answers them before anything else.
 void parse_command_line(int argc, const char* const* argv, CommandLine& line);
 
 // The one mode to run, checked in the engine's fixed order.

@@ -21,6 +21,7 @@
 #include "shell/main_loop.h"
 #include "shell/read_command.h"
 #include "shell/settings_file.h"
+#include "shell/usage.h"
 #include "tablebase/probe.h"
 #include "tools/epd_runner.h"
 #include "tools/match.h"
@@ -121,6 +122,13 @@ void shut_down() {
 }  // namespace
 
 int run_engine(int argc, const char* const* argv) {
+    // Asking what the program is must not start it, nor replace its log.
+    CommandLine request;
+    parse_command_line(argc, argv, request);
+    if (request.info == InfoRequest::usage) print_usage();
+    if (request.info == InfoRequest::version) print_version();
+    if (request.info != InfoRequest::none) return 0;
+
     // A closed output pipe must not kill the engine in the middle of a line.
     std::signal(SIGPIPE, SIG_IGN);
 

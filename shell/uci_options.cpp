@@ -12,11 +12,12 @@
 #include "core/shell_state.h"
 #include "shell/game_position.h"
 #include "shell/uci.h"
+#include "shell/usage.h"
 #include "core/words.h"
 #include "tablebase/probe.h"
 
 void print_uci_identification() {
-    send_line("id name Vorn 3.50");
+    send_linef("id name %s", kEngineName);
     send_line("id author Arno Kestrel");
     send_line("option name Hash type spin default 64 min 0 max 8192");
     send_line("option name Threads type spin default 1 min 1 max 64");

@@ -10,6 +10,7 @@
 #include "board/searchable.h"
 #include "core/line_file.h"
 #include "core/output.h"
+#include "core/progress.h"
 #include "core/shell_state.h"
 #include "core/words.h"
 #include "eval/engine_params.h"
@@ -80,6 +81,17 @@ Move expected_move(const Position& pos, const char* line) {
 bool usable_record(const char* line) {
     return line[0] != ' ' && line[0] != '#' && line[0] != ';' &&
            !std::memchr(line, '\0', kShortestRecord);  // the buffer is longer than this
+}
+
+// The records a run will take, counted beforehand for the progress display.
+long count_records(const char* name) {
+    long count = 0;
+    if (std::FILE* file = std::fopen(name, "r")) {
+        char line[kLineSize];
+        while (read_line(file, line, sizeof line)) count += usable_record(line);
+        std::fclose(file);
+    }
+    return count;
 }
 
 // Runs the search on the game position; returns the elapsed seconds. The
@@ -154,12 +166,18 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
     const uint32_t sample_offset = selector & kEpdSampleBits;
     uint32_t sample_counter = sample_offset;
     double nodes_since_input = 0.0;
+    // The tuner's quiet runs show its own progress instead. Only a regular
+    // file can be read twice: a pipe's records would be used up counting.
+    ProgressMeter progress("positions", selector == 0);
+    const long records =
+        progress.shown() && regular_file_size(epd) > 0 ? count_records(shell.epd_file) : 0;
     char line[kLineSize];
     while (!shell.quit_requested && read_line(epd, line, sizeof line)) {
         if (!usable_record(line)) continue;
         ++sample_counter;
         if (sample_offset != 0 && sample_counter % 16 != 0) continue;
 
+        progress.update(totals.positions, records);
         ++totals.positions;
         Position& pos = game->pos;
         parse_fen(pos, line);

@@ -9,6 +9,7 @@
 #include "book/book_probe.h"
 #include "book/book_settings.h"
 #include "core/output.h"
+#include "core/progress.h"
 #include "core/shell_state.h"
 #include "eval/engine_params.h"
 #include "search/reductions.h"
@@ -166,7 +167,9 @@ void run_match(const char* pgn_file) {
 
     auto game = std::make_unique<MatchGame>();
     MatchTally tally;
+    ProgressMeter progress("games");
     for (int number = 1; number <= kMatchGames; ++number) {
+        progress.update(number - 1, kMatchGames);
         parse_fen(thread_table[0]->pos, kStartFen);
         const int player1_side = std::rand() % 2 == 0 ? kWhite : kBlack;
         if (limits.max_depth < 10 || limits.node_limit <= 100000 || limits.move_time <= 0.1)

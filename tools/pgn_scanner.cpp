@@ -11,6 +11,7 @@
 #include "board/notation.h"
 #include "board/position.h"
 #include "core/output.h"
+#include "core/progress.h"
 #include "core/shell_state.h"
 #include "core/words.h"
 #include "search/thread_data.h"
@@ -180,7 +181,8 @@ struct Scan {
     // Tag lines begin with '[' (but not "[%", an annotation inside a
     // comment); everything else is movetext, read a character at a time, so
     // a movetext line may be of any length.
-    void read_file(std::FILE* in) {
+    void read_file(std::FILE* in, ProgressMeter& progress) {
+        const int64_t file_size = regular_file_size(in);
         bool line_start = true;
         int c;
         while ((c = std::fgetc(in)) != EOF) {
@@ -189,6 +191,7 @@ struct Scan {
                 if (next != EOF) std::ungetc(next, in);
                 if (next != '%') {
                     read_tag_line(in);
+                    if (progress.shown()) progress.update_by_bytes(games, std::ftell(in), file_size);
                     continue;
                 }
             }
@@ -286,7 +289,8 @@ void scan_pgn(const char* file_name, int mode) {
     auto scan = std::make_unique<Scan>();
     scan->out = out;
     scan->mode = mode;
-    scan->read_file(in);
+    ProgressMeter progress("games");
+    scan->read_file(in, progress);
     std::fputc('\n', out);
     std::fclose(in);
     std::fclose(out);

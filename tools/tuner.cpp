@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "core/output.h"
+#include "core/progress.h"
 #include "core/shell_state.h"
 #include "core/words.h"
 #include "eval/engine_params.h"
@@ -44,8 +45,7 @@ void report(std::FILE* log, const char* format, ...) {
     va_start(args, format);
     std::vsnprintf(text, sizeof text, format, args);
     va_end(args);
-    std::fputs(text, stdout);
-    std::fflush(stdout);
+    print_text(text);
     if (log) {
         std::fputs(text, log);
         std::fflush(log);
@@ -101,9 +101,11 @@ void run_tuning_pass() {
     shell.noise = 9999.0;
     limits.max_depth = 0;
 
+    ProgressMeter progress("passes");
     for (int pass = 0; pass < kPasses; ++pass) {
         serve_tool_input();
         if (shell.quit_requested) break;
+        progress.update(pass, kPasses);
         report(log, "pass= %d, k0= %0.3e\n", pass, kGradientScale);
         for (int i = 0; i < tune_param_count; ++i) {
             TuneParam& row = tune_params[i];
@@ -113,8 +115,11 @@ void run_tuning_pass() {
         }
         const uint32_t seed = pass_seed();
         report(log, "\nerr= %0.5f\n\n", tuning_error(seed));
-        for (int i = 0; i < tune_param_count && !shell.quit_requested; ++i)
-            if (tune_params[i].active) gradient_step(tune_params[i], pass, seed);
+        for (int i = 0; i < tune_param_count && !shell.quit_requested; ++i) {
+            if (!tune_params[i].active) continue;
+            gradient_step(tune_params[i], pass, seed);
+            progress.update(pass, kPasses);
+        }
         report(nullptr, "\n");
     }
     std::fclose(log);

@@ -19,8 +19,10 @@
 class EngineProcess {
 public:
     // Runs in `directory` when given (left in place), else in a fresh
-    // temporary directory removed at the end.
-    explicit EngineProcess(std::vector<std::string> args = {}, std::string directory = "") {
+    // temporary directory removed at the end. Standard error is closed
+    // unless `error_output` names a descriptor for it (the caller's to close).
+    explicit EngineProcess(std::vector<std::string> args = {}, std::string directory = "",
+                           int error_output = -1) {
         char pattern[] = "/tmp/vorn-test-XXXXXX";
         owns_directory_ = directory.empty() && mkdtemp(pattern);
         directory_ = owns_directory_ ? pattern : directory.empty() ? "/tmp" : directory;
@@ -30,7 +32,10 @@ public:
         if (pid_ == 0) {
             dup2(in[0], 0);
             dup2(out[1], 1);
-            close(2);
+            if (error_output >= 0)
+                dup2(error_output, 2);
+            else
+                close(2);
             close(in[1]);
             close(out[0]);
             if (chdir(directory_.c_str()) != 0) _exit(126);

@@ -5,7 +5,9 @@
 #include <dirent.h>
 
 #include <string>
+#include <vector>
 
+#include "tests/scratch_directory.h"
 #include "tests/shell/engine_process.h"
 
 namespace {
@@ -52,6 +54,34 @@ TEST(Startup, QuietAndNologLeaveTheLogEmpty) {
         EXPECT_EQ(engine.wait_exit(10), 0);
         EXPECT_EQ(engine.output(), "readyok\n") << option;
         EXPECT_EQ(engine.read_file("vorn.log"), "") << option;
+    }
+}
+
+// Asking what the program is answers on standard output and exits, before
+// the log is replaced or anything is read.
+TEST(Startup, HelpAndVersionAnswerWithoutStartingTheEngine) {
+    const std::vector<std::string> switches = {"-uci", "-c", "-hash", "-threads", "-d", "-t", "-n",
+        "-nolog", "-quiet", "-noise", "-uci_extra", "-bench", "-bench2", "-pbench", "bench",
+        "-anepd", "-tune", "-scan_pgn1", "-match", "--version", "man 6 vorn"};
+    const struct {
+        std::vector<std::string> args;
+        const char* begins;
+    } requests[] = {
+        {{"--help"}, "Usage: vorn"},
+        {{"-c", "-h", "-bench"}, "Usage: vorn"},
+        {{"--version", "--help"}, "Vorn 3.50\ncompiler: "},
+        {{"-t", "--help", "--version"}, "Vorn 3.50\ncompiler: "},  // the first is -t's value
+    };
+    for (const auto& request : requests) {
+        ScratchDirectory scratch;
+        write_file("vorn.log", "kept");
+        EngineProcess engine(request.args, scratch.path);
+        EXPECT_EQ(engine.wait_exit(10), 0);
+        const std::string& text = engine.output();
+        EXPECT_EQ(text.rfind(request.begins, 0), 0u) << text;
+        EXPECT_EQ(engine.read_file("vorn.log"), "kept") << request.args[0];
+        if (text.rfind("Usage", 0) != 0) continue;
+        for (const std::string& word : switches) EXPECT_NE(text.find(word), std::string::npos) << word;
     }
 }
 
