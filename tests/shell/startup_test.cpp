@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <dirent.h>
+#include <sys/stat.h>
 
 #include <string>
 
+#include "tests/scratch_directory.h"
 #include "tests/shell/engine_process.h"
 
 namespace {
@@ -52,6 +54,21 @@ TEST(Startup, QuietAndNologLeaveTheLogEmpty) {
         EXPECT_EQ(engine.wait_exit(10), 0);
         EXPECT_EQ(engine.output(), "readyok\n") << option;
         EXPECT_EQ(engine.read_file("vorn.log"), "") << option;
+    }
+}
+
+// A book that is not a regular file is no book: a FIFO must not block
+// start-up, nor /dev/zero stall it reading records.
+TEST(Startup, ABookThatIsNotARegularFileIsNoBook) {
+    ScratchDirectory dir;
+    ASSERT_EQ(mkfifo("vorn.opn", 0600), 0);
+    for (const char* settings : {"", "VornBook /dev/zero\n", "VornBook .\n"}) {
+        if (settings[0]) write_file("vorn.rc", settings);
+        EngineProcess engine({"-nolog"}, dir.path);
+        engine.send("uci");
+        EXPECT_GE(engine.wait_for("uciok", 5), 0) << settings;
+        engine.send("quit");
+        EXPECT_EQ(engine.wait_exit(10), 0);
     }
 }
 
