@@ -189,6 +189,7 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
     if (!epd) return totals;
     UnsolvedFile unsolved;
     if (limits.max_depth > 0 && !unsolved.open()) {
+        if (selector == 0) send_linef("cannot write %s here", UnsolvedFile::kName);
         std::fclose(epd);
         return totals;
     }
