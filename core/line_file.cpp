@@ -24,8 +24,12 @@ bool read_line(std::FILE* file, char* line, int size) {
 bool read_whole_line(std::FILE* file, std::string& line) {
     line.clear();
     int c;
-    while ((c = std::fgetc(file)) != EOF && c != '\n')
+    // One lock for the line, not one a character: the tuner reads its file
+    // of positions over and over.
+    flockfile(file);
+    while ((c = getc_unlocked(file)) != EOF && c != '\n')
         if (line.size() < kLongestWholeLine) line += static_cast<char>(c);
+    funlockfile(file);
     if (c == EOF && line.empty()) return false;
     if (!line.empty() && line.back() == '\r') line.pop_back();
     return true;
