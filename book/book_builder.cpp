@@ -171,7 +171,7 @@ bool build_book() {
     // Leftovers of an interrupted build would be merged into this one.
     std::remove(kMergedFile);
     std::remove(kMergeOutput);
-    std::FILE* games = std::fopen(kGameFile, "r");
+    std::FILE* games = open_text_input(kGameFile);
     if (!games) return false;
 
     auto builder = std::make_unique<BookBuilder>(records.get());

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "book/book_settings.h"
+#include "core/line_file.h"
 
 int32_t book_count = 0;
 
@@ -45,7 +46,7 @@ bool window_covers(uint16_t key16) {
 bool load_window(uint16_t key16) {
     const int32_t first = book_index[key16 >> 6];
     if (book_name[0] == '\0' || first < 0) return false;
-    std::FILE* file = std::fopen(book_name, "rb");
+    std::FILE* file = open_regular_file(book_name, "rb");
     if (!file) return false;
     if (fseeko(file, static_cast<off_t>(first) * kBookEntrySize, SEEK_SET) != 0) {
         std::fclose(file);
@@ -83,7 +84,9 @@ void load_book_index(const char* file_name) {
     forget_book();
     if (!window.records || !file_name || file_name[0] == '\0') return;
     if (std::strlen(file_name) >= sizeof book_name) return;  // a name the window could not reopen
-    std::FILE* file = std::fopen(file_name, "rb");
+    // Only a regular file: a FIFO would block start-up and /dev/zero would
+    // be read as two billion records.
+    std::FILE* file = open_regular_file(file_name, "rb");
     if (!file) return;
     int32_t count = 0;
     uint8_t chunk[256 * kBookEntrySize];

@@ -15,6 +15,19 @@ placements found by sampling three million random ones for results of
 size 1):
   scripts/tb_oracle.py --tables ../shared/syzygy --seed 1 --extra cursed.fen \
       > tests/tablebase/oracle_positions.txt
+
+With --fifty it makes the root data instead: for every material, positions
+whose distance to zeroing lies close enough to the fifty-move limit that a
+counter of 90 to 100 plies decides between a win and a draw, each with the
+counter set around that limit. Stockfish ranks the root moves under the
+fifty-move rule (one line per move at depth 1, MultiPV set to every move);
+its score of each move gives the class that move keeps: a full tablebase
+score is a win or loss, a small one a win or loss spoilt by the counter.
+Output, one position a line: placement, side, counter, root class (0 loss,
+1 blessed loss, 2 draw, 3 cursed win, 4 win), then every move that keeps the
+root's class, sorted:
+  scripts/tb_oracle.py --tables ../shared/syzygy --seed 1 --fifty \
+      > tests/tablebase/fifty_positions.txt
 """
 import argparse
 import os
@@ -26,6 +39,8 @@ import sys
 WDL_WORDS = {"Loss": -2, "Blessed loss": -1, "Draw": 0, "Cursed win": 1, "Win": 2}
 PER_SIZE = {3: 40, 4: 80, 5: 150}
 EP_POSITIONS = 300
+FIFTY_PER_MATERIAL = 12  # positions kept per material for --fifty
+FIFTY_TRIES = 400        # random positions sampled per material to find them
 
 
 def adjacent(a, b):
@@ -130,16 +145,92 @@ def ep_position(rng):
         return fen_of(board, not white_pushed, ep)
 
 
+def stockfish(args, script):
+    sf = subprocess.Popen([args.stockfish], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+    head = ["uci", f"setoption name SyzygyPath value {os.path.abspath(args.tables)}"]
+    out, _ = sf.communicate("\n".join(head + script + ["quit"]) + "\n")
+    return out
+
+
+def verdicts(args, positions):
+    """(fen, wdl, dtz) of each position, counter 0, as Stockfish's "d" prints them."""
+    script = []
+    for fen in positions:
+        script += [f"position fen {fen} 0 1", "d"]
+    out = stockfish(args, script)
+    wdl = re.findall(r"Tablebases WDL:\s*(.+?) \(([^)]*)\)", out)
+    dtz = re.findall(r"Tablebases DTZ:\s*(-?\d+) \(([^)]*)\)", out)
+    fens = re.findall(r"^Fen: (.*)$", out, re.M)
+    if not (len(wdl) == len(dtz) == len(fens) == len(positions)):
+        sys.exit(f"unexpected Stockfish output: {len(wdl)} {len(dtz)} {len(fens)} {len(positions)}")
+    result = []
+    for fen, (w, ws), (d, ds) in zip(fens, wdl, dtz):
+        if "Fail" in ws or "Fail" in ds or w not in WDL_WORDS:
+            sys.exit(f"no verdict for {fen}")
+        result.append((fen, WDL_WORDS[w], int(d)))
+    return result
+
+
+def move_class(score):
+    """Stockfish's root score of a move under the fifty-move rule as a class 0..4."""
+    kind, value = score.split()
+    value = int(value)
+    if kind == "mate":
+        return 4 if value > 0 else 0
+    if value >= 5000:
+        return 4
+    if value <= -5000:
+        return 0
+    return 3 if value > 0 else 1 if value < 0 else 2
+
+
+def fifty_cases(args, rng, materials):
+    """Positions with 90..100 plies on the counter where it matters."""
+    chosen = []
+    for m in materials:
+        sample = [random_position(rng, m) for _ in range(FIFTY_TRIES)]
+        near = [(fen, dtz) for fen, _, dtz in verdicts(args, sample) if 2 < abs(dtz) <= 12]
+        for fen, dtz in near[:FIFTY_PER_MATERIAL]:
+            # Around the limit: one ply inside, on it, one and two beyond.
+            counter = min(100, max(90, 100 - abs(dtz) + rng.choice((-1, 0, 1, 2))))
+            chosen.append((" ".join(fen.split()[:4]), counter))
+    sf = subprocess.Popen([args.stockfish], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+    sf.stdin.write(f"uci\nsetoption name SyzygyPath value {os.path.abspath(args.tables)}\n"
+                   "setoption name MultiPV value 256\n")
+    for fen, counter in chosen:
+        # One search at a time: the next position waits for the bestmove.
+        sf.stdin.write(f"position fen {fen} {counter} 1\ngo depth 1\n")
+        sf.stdin.flush()
+        moves = {}
+        for line in sf.stdout:
+            if line.startswith("bestmove"):
+                break
+            found = re.search(r"depth 1 .*?multipv \d+ score (cp -?\d+|mate -?\d+) .*? pv (\S+)", line)
+            if found:
+                moves[found[2]] = move_class(found[1])
+        if not moves:
+            continue  # mated or stalemated: nothing to choose
+        best = max(moves.values())
+        kept = sorted(m for m, c in moves.items() if c >= best)
+        placement, side = fen.split()[:2]
+        print(f"{placement} {side} {counter} {best} {' '.join(kept)}")
+    sf.communicate("quit\n")
+
+
 def main():
     ap = argparse.ArgumentParser()
     ap.add_argument("--tables", required=True)
     ap.add_argument("--stockfish", default="/usr/games/stockfish")
     ap.add_argument("--seed", type=int, default=1)
     ap.add_argument("--extra", help="file of further FEN lines to include")
+    ap.add_argument("--fifty", action="store_true", help="root data with 90..100 plies on the counter")
     args = ap.parse_args()
     rng = random.Random(args.seed)
 
     materials = sorted(n[:-5] for n in os.listdir(args.tables) if n.endswith(".rtbw"))
+    if args.fifty:
+        fifty_cases(args, rng, materials)
+        return
     positions = []
     for m in materials:
         size = len(m) - 1
@@ -150,23 +241,9 @@ def main():
         with open(args.extra) as f:
             positions += [" ".join(line.split()[:4]) for line in f if len(line.split()) >= 4]
 
-    sf = subprocess.Popen([args.stockfish], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-    script = ["uci", f"setoption name SyzygyPath value {os.path.abspath(args.tables)}"]
-    for fen in positions:
-        script += [f"position fen {fen} 0 1", "d"]
-    script.append("quit")
-    out, _ = sf.communicate("\n".join(script) + "\n")
-
-    wdl = re.findall(r"Tablebases WDL:\s*(.+?) \(([^)]*)\)", out)
-    dtz = re.findall(r"Tablebases DTZ:\s*(-?\d+) \(([^)]*)\)", out)
-    fens = re.findall(r"^Fen: (.*)$", out, re.M)
-    if not (len(wdl) == len(dtz) == len(fens) == len(positions)):
-        sys.exit(f"unexpected Stockfish output: {len(wdl)} {len(dtz)} {len(fens)} {len(positions)}")
-    for fen, (w, ws), (d, ds) in zip(fens, wdl, dtz):
-        if "Fail" in ws or "Fail" in ds or w not in WDL_WORDS:
-            sys.exit(f"no verdict for {fen}")
+    for fen, wdl, dtz in verdicts(args, positions):
         placement, side, _, ep = fen.split()[:4]
-        print(f"{placement} {side} {ep} {WDL_WORDS[w]} {d}")
+        print(f"{placement} {side} {ep} {wdl} {dtz}")
 
 
 if __name__ == "__main__":

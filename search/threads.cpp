@@ -14,6 +14,7 @@
 #include "search/thread_data.h"
 #include "search/time_manager.h"
 #include "search/transposition_table.h"
+#include "core/output.h"
 #include "core/shell_state.h"
 
 std::mutex result_lock;
@@ -27,7 +28,13 @@ void sleep_ms(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms
 
 void* worker(void* arg) {
     int index = static_cast<int>(reinterpret_cast<intptr_t>(arg));
-    if (allocate_thread_data(index) != 0) std::exit(0);
+    if (allocate_thread_data(index) != 0) {
+        {
+            std::lock_guard<std::mutex> lock(output_lock);
+            send_linef("info string cannot allocate the search block of thread %d; giving up", index);
+        }
+        std::exit(0);
+    }
     ThreadData* td = thread_table[index];
     td->state.store(0);
     workers_ready.fetch_add(1);

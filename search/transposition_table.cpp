@@ -56,7 +56,12 @@ HashEntry tt_load(const HashEntry* entry) {
     return std::bit_cast<HashEntry>(w);
 }
 
+namespace {
+int allocated_mb = 0;  // size of the table in use
+}  // namespace
+
 void tt_free() {
+    allocated_mb = 0;
     std::free(tt_base);
     tt_base = nullptr;
     tt_end = nullptr;
@@ -65,9 +70,7 @@ void tt_free() {
 }
 
 int tt_allocate() {
-    tt_free();
     int mb = hash_size_mb < 0 ? 0 : (hash_size_mb > kHashMaxMb ? kHashMaxMb : hash_size_mb);
-    hash_size_mb = static_cast<int16_t>(mb);
     uint64_t entries = uint64_t(mb) * kEntriesPerMb;
     // Whole 2 MB pages, so the kernel can back the table with huge pages:
     // a probe then rarely misses the TLB as well as the cache.
@@ -75,7 +78,15 @@ int tt_allocate() {
     uint64_t bytes = (entries + kSpareEntries) * sizeof(HashEntry);
     uint64_t rounded = (bytes + kPage - 1) / kPage * kPage;
     void* mem = nullptr;
-    if (posix_memalign(&mem, kPage, rounded) != 0 || !mem) return -1;
+    // The old table goes only once the new one is there: a size that cannot
+    // be had leaves the engine searching with what it had.
+    if (posix_memalign(&mem, kPage, rounded) != 0 || !mem) {
+        hash_size_mb = static_cast<int16_t>(allocated_mb);
+        return -1;
+    }
+    tt_free();
+    allocated_mb = mb;
+    hash_size_mb = static_cast<int16_t>(mb);
     madvise(mem, rounded, MADV_HUGEPAGE);
     std::memset(mem, 0, bytes);
     tt_base = static_cast<HashEntry*>(mem);

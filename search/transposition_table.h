@@ -37,8 +37,9 @@ extern double hash_fill;       // last sampled fill fraction, 0..1
 // table for hash_size_mb. Returns 0, or -1 when the table cannot be allocated.
 int init_hash_keys();
 
-// Frees any earlier table and allocates a cleared one for hash_size_mb.
-// Returns 0 or -1 on allocation failure (the old table is gone then).
+// Replaces any earlier table with a cleared one of hash_size_mb. Returns 0,
+// or -1 when the memory cannot be had: the earlier table is kept then, and
+// hash_size_mb is set back to its size.
 int tt_allocate();
 
 // Releases the table (shutdown); hash_size_mb is left for the caller.

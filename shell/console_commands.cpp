@@ -184,15 +184,25 @@ void print_principal_variation() {
 }
 
 // The line search runs the EPD runner, which sets up its records in the game
-// block; the game a person was looking at comes back afterwards.
+// block and needs a depth limit of 0, no progress lines and no hash table;
+// the game and the settings a person was using come back afterwards.
 void tune_keeping_game(const char* name) {
     abandon_search_and_wait();
     ThreadData& block = game_block();
     const BoardHistory saved_history = block;
     const Position saved_position = block.pos;
+    const uint8_t saved_depth = limits.max_depth;
+    const double saved_noise = shell.noise;
+    const uint8_t saved_hash_mode = hash_mode;
+    char saved_epd_file[sizeof shell.epd_file];
+    std::memcpy(saved_epd_file, shell.epd_file, sizeof saved_epd_file);
     tune_parameter(name);
     static_cast<BoardHistory&>(block) = saved_history;
     block.pos = saved_position;
+    limits.max_depth = saved_depth;
+    shell.noise = saved_noise;
+    hash_mode = saved_hash_mode;
+    std::memcpy(shell.epd_file, saved_epd_file, sizeof saved_epd_file);
 }
 
 void start_analysis(const char* depth_text) {

@@ -65,7 +65,7 @@ bool play_move_text(char* text) {
 
 void get_epd_position(const char* id) {
     abandon_search_and_wait();
-    if (std::FILE* file = std::fopen("test.epd", "r")) {
+    if (std::FILE* file = open_text_input("test.epd")) {
         char wanted[160];
         std::snprintf(wanted, sizeof wanted, "id \"%s\"", id);
         char line[255];
@@ -85,7 +85,7 @@ void get_epd_position(const char* id) {
 void load_pgn_game(const char* file_name, const char* tag) {
     abandon_search_and_wait();
     send_linef("loading %s, tag %s\n", file_name, tag);
-    if (std::FILE* file = std::fopen(file_name, "r")) {
+    if (std::FILE* file = open_text_input(file_name, true)) {
         set_game_fen(kStartFen);
         const int wanted = choose_game(file, tag);
         char line[kPgnLineSize];

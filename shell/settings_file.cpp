@@ -167,7 +167,7 @@ void read_pst_block(std::FILE* file, EngineParams& p, int piece, int phase) {
 }
 
 int read_settings_file(const char* name, EngineParams& p) {
-    std::FILE* file = std::fopen(name, "r");
+    std::FILE* file = open_text_input(name);  // absent (or a FIFO, a device): silently none
     if (!file) return 0;
     for (int piece = 1; piece <= 6; ++piece) {
         for (ScorePair& entry : p.pst[piece]) entry.op = entry.en = kUnset;

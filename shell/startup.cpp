@@ -147,11 +147,17 @@ int run_engine(int argc, const char* const* argv) {
     parse_command_line(argc, argv, line);
     apply_command_line(line);
 
-    if (init_hash_keys() != 0) return 1;
+    if (init_hash_keys() != 0) {
+        send_linef("cannot allocate a hash table of %dM bytes", int(line.hash_mb));
+        return 1;
+    }
     // The book's key table is built at compile time; its window may fail to
     // allocate, and then the engine simply plays without a book.
     init_book();
-    if (start_threads(threads) != 0) return 1;
+    if (start_threads(threads) != 0) {
+        send_linef("cannot start %d search threads", threads);
+        return 1;
+    }
     // Linux needs no timer-resolution request: a plain 5 ms sleep serves.
     init_lmr_tables();
 

@@ -68,7 +68,10 @@ void restart_threads(int count) {
     abandon_search_and_wait();
     stop_threads(threads);
     threads = count;
-    if (start_threads(count) != 0) std::exit(-1);
+    if (start_threads(count) != 0) {
+        send_linef("info string cannot start %d search threads; giving up", count);
+        std::exit(-1);
+    }
 }
 
 }  // namespace
@@ -81,9 +84,13 @@ void set_uci_option(const char* arguments) {
 
     if (is("Hash")) {
         abandon_search_and_wait();
-        hash_size_mb = static_cast<int16_t>(read_clamped(value, 0, kHashMaxMb));
-        if (tt_allocate() != 0) std::exit(-1);
-        send_linef("info string Hash size set to %dM bytes", hash_size_mb);
+        const int wanted = static_cast<int>(read_clamped(value, 0, kHashMaxMb));
+        hash_size_mb = static_cast<int16_t>(wanted);
+        if (tt_allocate() == 0)
+            send_linef("info string Hash size set to %dM bytes", hash_size_mb);
+        else
+            send_linef("info string Hash size %dM bytes cannot be allocated; keeping %dM bytes", wanted,
+                       hash_size_mb);
     } else if (is("Threads")) {
         int count = static_cast<int>(read_clamped(value, 1, kMaxThreads));
         if (count != threads) restart_threads(count);

@@ -1,6 +1,7 @@
 // The root probe: the result of a tablebase position under the fifty-move
 // rule, the move that keeps it fastest, and the moves that keep it at all.
 
+#include <algorithm>
 #include <bit>
 
 #include "board/searchable.h"
@@ -52,14 +53,12 @@ int tb_probe_root(const Position& pos, int* wdl_out, int* dtz_out, Move* move_ou
     // count, so its child's WDL decides; otherwise the child's DTZ one ply on.
     TbMove moves[kTbMaxMoves];
     int scores[kTbMaxMoves];
-    bool zeroing[kTbMaxMoves];
     const int n = tb_legal_moves(root, moves, false);
     for (int i = 0; i < n; i++) {
         const TbPosition child = tb_make_move(root, moves[i]);
-        zeroing[i] = child.rule50 == 0;
         if (dtz > 0 && tb_is_mate(child)) {
             scores[i] = 1;
-        } else if (zeroing[i]) {
+        } else if (child.rule50 == 0) {
             static constexpr int kByChildWdl[5] = {1, 101, 0, -101, -1};
             scores[i] = kByChildWdl[probe_wdl(child, success) + 2];
         } else {
@@ -69,11 +68,20 @@ int tb_probe_root(const Position& pos, int* wdl_out, int* dtz_out, Move* move_ou
         if (!success) return -1;
     }
 
+    // The root's class is the best any move keeps with the counter as it
+    // stands. The root's own DTZ may be rounded up by a ply in tables that
+    // store full moves, which near the limit would call a kept win cursed;
+    // each move's distance counts from the root, zeroing moves included (a
+    // capture with the counter already at 100 comes too late).
+    const int fifty = pos.fifty_count;
+    int result = -1;
+    for (int i = 0; i < n; i++) result = std::max(result, result_of(scores[i], fifty));
+
     int chosen = -1;
-    if (dtz > 0) {
+    if (result >= 3) {
         for (int i = 0; i < n; i++)
             if (scores[i] > 0 && (chosen < 0 || scores[i] < scores[chosen])) chosen = i;
-    } else if (dtz < 0) {
+    } else if (result <= 1) {
         for (int i = 0; i < n; i++)
             if (chosen < 0 || scores[i] < scores[chosen]) chosen = i;
     } else {
@@ -89,11 +97,9 @@ int tb_probe_root(const Position& pos, int* wdl_out, int* dtz_out, Move* move_ou
     }
     if (chosen < 0) return -1;
 
-    const int fifty = pos.fifty_count;
-    const int result = result_of(dtz, fifty);
     int kept = 0;
     for (int i = 0; i < n && kept < kMaxRootTbMoves; i++)
-        if (result_of(scores[i], zeroing[i] ? 0 : fifty) >= result) root_tb_moves[kept++] = tb_engine_move(moves[i]);
+        if (result_of(scores[i], fifty) >= result) root_tb_moves[kept++] = tb_engine_move(moves[i]);
     root_tb_moves[kept] = 0;
 
     if (wdl_out) *wdl_out = result - 2;

@@ -1,9 +1,12 @@
 #include "tools/epd_runner.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <unistd.h>
 
 #include "board/notation.h"
 #include "board/position.h"
@@ -74,6 +77,9 @@ Move expected_move(const Position& pos, const char* line) {
     }
     while (n > 0 && text[n - 1] == ' ') --n;
     text[n] = '\0';
+    // "Qxf7#", "e4!" and "Nf3?!" name the moves "Qxf7", "e4" and "Nf3".
+    char* end = std::remove_if(text, text + n, [](char c) { return c == '#' || c == '!' || c == '?'; });
+    *end = '\0';
     Move move = kNoMove;
     return parse_move(pos, text, &move) ? move : kNoMove;
 }
@@ -116,8 +122,9 @@ double search_record(double& nodes_since_input) {
 }
 
 void print_summary(const EpdRunTotals& t, double average_error) {
-    const double positions = t.positions;
-    auto average = [positions](double sum) { return positions > 0 ? sum / positions : 0.0; };
+    // Records that were not searched add nothing to the sums.
+    const double searched = t.searched;
+    auto average = [searched](double sum) { return searched > 0 ? sum / searched : 0.0; };
     send_linef("%d / %d correct best moves", t.correct, t.positions);
     send_linef("total nodes= %0.0f", t.nodes);
     send_linef("total time= %0.2f seconds", t.seconds);
@@ -135,6 +142,50 @@ double average_error(const EpdRunTotals& t) {
     return t.error_count > 0 ? t.error_sum / t.error_count : 0.0;
 }
 
+// The records not solved go to "unsolved.epd", whole and in input order.
+// They are written to a fresh file that replaces it only at the end, so
+// "unsolved.epd" can itself be the input, and no run leaves it half written.
+class UnsolvedFile {
+public:
+    static constexpr const char* kName = "unsolved.epd";
+
+    // False when it cannot be written here (for instance a directory of
+    // that name).
+    bool open() {
+        if (std::FILE* existing = std::fopen(kName, "a")) {
+            std::fclose(existing);
+        } else {
+            return false;
+        }
+        std::snprintf(temporary_, sizeof temporary_, "%s.XXXXXX", kName);
+        const int fd = mkstemp(temporary_);
+        if (fd < 0) return false;
+        file_ = fdopen(fd, "w");
+        if (!file_) {
+            close(fd);
+            std::remove(temporary_);
+        }
+        return file_ != nullptr;
+    }
+    void add(const std::string& record) {
+        if (file_)
+            written_ok_ &= std::fwrite(record.data(), 1, record.size(), file_) == record.size() &&
+                           std::fputc('\n', file_) != EOF;
+    }
+    // Puts the new file in place; on any write failure the old one stays.
+    void finish() {
+        if (!file_) return;
+        const bool closed = std::fclose(file_) == 0;
+        file_ = nullptr;
+        if (!written_ok_ || !closed || std::rename(temporary_, kName) != 0) std::remove(temporary_);
+    }
+
+private:
+    std::FILE* file_ = nullptr;
+    bool written_ok_ = true;
+    char temporary_[32] = {};
+};
+
 // The runner is not re-entrant: a command served while it waits for the
 // workers could otherwise start another run over the same game position.
 bool run_active = false;
@@ -146,10 +197,11 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
     ThreadData* game = thread_table[0];
     if (run_active || !game || !thread_table[1]) return totals;
 
-    std::FILE* epd = std::fopen(shell.epd_file, "r");
+    std::FILE* epd = open_text_input(shell.epd_file, selector == 0);
     if (!epd) return totals;
-    std::FILE* unsolved = nullptr;
-    if (limits.max_depth > 0 && !(unsolved = std::fopen("unsolved.epd", "w"))) {
+    UnsolvedFile unsolved;
+    if (limits.max_depth > 0 && !unsolved.open()) {
+        if (selector == 0) send_linef("cannot write %s here", UnsolvedFile::kName);
         std::fclose(epd);
         return totals;
     }
@@ -171,11 +223,18 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
     ProgressMeter progress("positions", selector == 0);
     const long records =
         progress.shown() && regular_file_size(epd) > 0 ? count_records(shell.epd_file) : 0;
+    std::string record;
     char line[kLineSize];
-    while (!shell.quit_requested && read_line(epd, line, sizeof line)) {
-        if (!usable_record(line)) continue;
+    // Whether the record just read is one the run takes.
+    auto taken = [&] {
+        std::snprintf(line, sizeof line, "%s", record.c_str());
+        line[std::strcspn(line, "\r")] = '\0';
+        if (!usable_record(line)) return false;
         ++sample_counter;
-        if (sample_offset != 0 && sample_counter % 16 != 0) continue;
+        return sample_offset == 0 || sample_counter % 16 == 0;
+    };
+    while (!shell.quit_requested && read_whole_line(epd, record)) {
+        if (!taken()) continue;
 
         progress.update(totals.positions, records);
         ++totals.positions;
@@ -193,6 +252,7 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
         double result = game_result(line);
         if (const char* reason = unsearchable_reason(pos)) {
             if (!silent) send_linef("not searching: %s", reason);
+            unsolved.add(record);
             continue;
         }
 
@@ -205,11 +265,15 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
         const SearchResult& found = search_result;
         const int score = limits.max_depth < 1 ? first->root_score.load() : found.score;
         const int static_eval = first->stack[1].static_eval;
+        ++totals.searched;
         totals.seconds += seconds;
         totals.nodes += double(found.nodes);
         totals.depth_sum += found.depth;
         totals.branching_sum += effective_branching_factor();
-        if (expected != kNoMove && found.best_move == expected) ++totals.correct;
+        if (expected != kNoMove && found.best_move == expected)
+            ++totals.correct;
+        else
+            unsolved.add(record);
 
         if (!silent) {
             print_search_line(1, 0, found.depth, found.score, found.pv);
@@ -232,9 +296,13 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
         totals.error_sum += std::fabs(win_probability(score) - target);
     }
 
+    // A quit leaves the records not reached unsolved as well.
+    if (limits.max_depth > 0)
+        while (read_whole_line(epd, record))
+            if (taken()) unsolved.add(record);
+    unsolved.finish();
     if (selector == 0) print_summary(totals, average_error(totals));
     std::fclose(epd);
-    if (unsolved) std::fclose(unsolved);
     run_active = false;
     return totals;
 }

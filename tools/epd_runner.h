@@ -15,6 +15,7 @@ constexpr uint32_t kEpdSampleBits = 0xFFFF;
 struct EpdRunTotals {
     bool files_opened = false;  // false: nothing ran
     int positions = 0;          // records taken
+    int searched = 0;           // records searched (the averages' count)
     int correct = 0;            // searches that found the single "bm" move
     int error_count = 0;        // records counted for the prediction error
     double error_sum = 0.0;
@@ -26,7 +27,10 @@ struct EpdRunTotals {
 
 // One run over the file. With max_depth 0 only the root is evaluated; below
 // 6 the search runs on this thread, from 6 on the workers search while this
-// thread polls the clock and the shell's input.
+// thread polls the clock and the shell's input. With a search depth, the
+// records not solved (also those not searched or not reached) replace the
+// contents of "unsolved.epd". A talkative run (selector 0) names an input
+// file it cannot read.
 EpdRunTotals run_epd_totals(uint32_t selector);
 
 // The run's average prediction error: 1.0 when the EPD file (or, with a

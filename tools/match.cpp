@@ -7,7 +7,9 @@
 #include "board/make_move.h"
 #include "board/notation.h"
 #include "book/book_probe.h"
+#include "book/book_index.h"
 #include "book/book_settings.h"
+#include "core/line_file.h"
 #include "core/output.h"
 #include "core/progress.h"
 #include "core/shell_state.h"
@@ -148,6 +150,10 @@ void run_match(const char* pgn_file) {
         send_line("Can't open file test1.rc\n");
         return;
     }
+    if (same_file(pgn_file, "test1.rc") || same_file(pgn_file, "vorn.rc")) {
+        send_linef("%s is a settings file; the games are not written over it\n", pgn_file);
+        return;
+    }
     std::FILE* out = std::fopen(pgn_file, "w");
     if (!out) {
         send_linef("can't open %s\n", pgn_file);
@@ -164,6 +170,7 @@ void run_match(const char* pgn_file) {
     shell.noise = 9999.0;
     book_settings.book_variety = kBookVariety;
     send_line("Starting match...");
+    if (book_count == 0) send_line("no book: every game repeats its opening for each colour");
 
     auto game = std::make_unique<MatchGame>();
     MatchTally tally;

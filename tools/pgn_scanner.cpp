@@ -10,6 +10,7 @@
 #include "board/make_move.h"
 #include "board/notation.h"
 #include "board/position.h"
+#include "core/line_file.h"
 #include "core/output.h"
 #include "core/progress.h"
 #include "core/shell_state.h"
@@ -279,9 +280,14 @@ int write_game(std::FILE* out, const ScannedMove* moves, int count, int mode, in
 
 void scan_pgn(const char* file_name, int mode) {
     shell.log_enabled = 0;
-    std::FILE* in = std::fopen(file_name, "r");
+    const char* out_name = mode == 1 ? "tmp.pgn" : "tmp.epd";
+    if (same_file(file_name, out_name)) {
+        send_linef("%s is the scanner's output file; read from a copy of it", file_name);
+        return;
+    }
+    std::FILE* in = open_text_input(file_name, true);
     if (!in) return;
-    std::FILE* out = std::fopen(mode == 1 ? "tmp.pgn" : "tmp.epd", "w");
+    std::FILE* out = std::fopen(out_name, "w");
     if (!out) {
         std::fclose(in);
         return;

@@ -28,8 +28,9 @@ struct ScannedMove {
 
 // Reads the games of the file and writes the mode's output into the working
 // directory, printing "game %d" every hundred games and "games= %d,
-// positions= %d" at the end. Returns at once, silently, when the input or the
-// output cannot be opened.
+// positions= %d" at the end. An input that cannot be read, or that is the
+// output file itself, is named in one line and nothing is written; an output
+// that cannot be opened ends the scan silently.
 void scan_pgn(const char* file_name, int mode);
 
 // Replays one game from the start position on the game position (block 0)

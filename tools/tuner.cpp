@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "core/line_file.h"
 #include "core/output.h"
 #include "core/progress.h"
 #include "core/shell_state.h"
@@ -89,6 +90,14 @@ void gradient_step(TuneParam& row, int pass, uint32_t seed) {
            change, taken, row.x);
 }
 
+// Every measurement would read the file; one that cannot be read is named
+// once instead of giving an error of 1.0 on every pass.
+bool epd_file_readable() {
+    std::FILE* file = open_text_input(shell.epd_file, true);
+    if (file) std::fclose(file);
+    return file != nullptr;
+}
+
 }  // namespace
 
 double tuning_error(uint32_t seed) { return run_epd(seed | kEpdQuiet); }
@@ -96,6 +105,11 @@ double tuning_error(uint32_t seed) { return run_epd(seed | kEpdQuiet); }
 void run_tuning_pass() {
     if (!tune_params_registered) register_tune_params();
     for (const char* name : kGradientParams) select_tune_param(name);
+    if (!epd_file_readable()) return;
+    if (same_file(shell.epd_file, "tune.log")) {
+        send_line("tune.log is the tuning log; name another file of positions");
+        return;
+    }
     std::FILE* log = std::fopen("tune.log", "w");
     if (!log) return;
     shell.noise = 9999.0;
@@ -133,7 +147,7 @@ void tune_parameter(const char* name) {
     shell.noise = 9999.0;
     if (!tune_params_registered) register_tune_params();
     const int index = find_tune_param(name);
-    if (index < 0) {
+    if (index < 0 || !epd_file_readable()) {
         send_line("done!\n");
         return;
     }

@@ -14,10 +14,12 @@ double tuning_error(uint32_t seed);
 // The gradient pass of "-tune": up to 100 passes over a fixed set of
 // material and mobility parameters, logged to "tune.log". Input is served
 // before every pass, so "quit" ends the run there. Does nothing when
-// "tune.log" cannot be created.
+// "tune.log" cannot be created or the file of positions cannot be read (then
+// named in one line).
 void run_tuning_pass();
 
 // Console "tune NAME": a bracketing line search on one parameter over
 // "tune.epd" that reports the best value found and leaves the parameter as
-// it was. An empty name does nothing; an unknown one prints only "done!".
+// it was. An empty name does nothing; an unknown one prints only "done!", a
+// missing "tune.epd" one line naming it before "done!".
 void tune_parameter(const char* name);

@@ -127,8 +127,9 @@ TEST(Console, SaveLoadAndGet) {
     expect_in_order(out, {"loading games.pgn, tag 2\n\nrnbqkbnr/ppp1pppp/8/8/2pP4/8/PP2PPPP/RNBQKBNR w KQkq -\n",
                           "loading games.pgn, tag Ann\n\nrnbqkbnr/pppp1ppp/8/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R b KQkq -\n",
                           "can't parse move 'Ke7'\n",
-                          // a file that cannot be opened leaves the position as it was
-                          "loading none.pgn, tag \n\nrnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3\n",
+                          // a file that cannot be opened is named and leaves the position as it was
+                          "loading none.pgn, tag \n\ncannot read none.pgn: No such file or directory\n"
+                          "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3\n",
                           "8/8/8/8/8/8/8/K6k b - - id \"X.2\";\n8/8/8/8/8/8/8/K6k b - -\n",
                           "8/8/8/8/8/8/8/K6k b - -\n"});
 }

@@ -1,6 +1,7 @@
 #include "shell/settings_file.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -47,8 +48,9 @@ protected:
     }
 };
 
+// (A byte-order mark before the first key does not hide it.)
 TEST_F(SettingsFile, KeysWithEqualsSignsAndCommas) {
-    EXPECT_EQ(load("pawn_value= 90, 120\nBookDepth 12\npawn_candidate 5 60\nking_safety 80 3\n"
+    EXPECT_EQ(load("\xEF\xBB\xBFpawn_value= 90, 120\nBookDepth 12\npawn_candidate 5 60\nking_safety 80 3\n"
                    "passed_pawn_rank7 150\nUnknownKey 5\npawn_weak abc\n"),
               0);
     EXPECT_EQ(p.pawn_value_en, 120);
@@ -60,6 +62,10 @@ TEST_F(SettingsFile, KeysWithEqualsSignsAndCommas) {
     // No tables in the file: the built-in ones stay in force.
     EXPECT_EQ(printed, "loaded parameters from " + path + "\n\nfile vorn.rc contains invalid PST\n");
     EXPECT_EQ(p.pst_from_params, 1);
+    // Nothing but a regular file is read: a FIFO would block, /dev/zero never end.
+    unlink(path.c_str());
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    for (const std::string& name : {path, std::string("/dev/zero")}) EXPECT_EQ(read_settings_file(name.c_str(), p), 0);
 }
 
 TEST_F(SettingsFile, PathsAreReadFromAnyLineButNotFromComments) {

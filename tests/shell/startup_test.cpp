@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <dirent.h>
+#include <sys/stat.h>
 
 #include <string>
 #include <vector>
@@ -82,6 +83,21 @@ TEST(Startup, HelpAndVersionAnswerWithoutStartingTheEngine) {
         EXPECT_EQ(engine.read_file("vorn.log"), "kept") << request.args[0];
         if (text.rfind("Usage", 0) != 0) continue;
         for (const std::string& word : switches) EXPECT_NE(text.find(word), std::string::npos) << word;
+    }
+}
+
+// A book that is not a regular file is no book: a FIFO must not block
+// start-up, nor /dev/zero stall it reading records.
+TEST(Startup, ABookThatIsNotARegularFileIsNoBook) {
+    ScratchDirectory dir;
+    ASSERT_EQ(mkfifo("vorn.opn", 0600), 0);
+    for (const char* settings : {"", "VornBook /dev/zero\n", "VornBook .\n"}) {
+        if (settings[0]) write_file("vorn.rc", settings);
+        EngineProcess engine({"-nolog"}, dir.path);
+        engine.send("uci");
+        EXPECT_GE(engine.wait_for("uciok", 5), 0) << settings;
+        engine.send("quit");
+        EXPECT_EQ(engine.wait_exit(10), 0);
     }
 }
 

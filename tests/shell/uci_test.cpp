@@ -1,6 +1,7 @@
 // A scripted UCI conversation with the engine as a child process.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <regex>
 #include <string>
@@ -85,6 +86,25 @@ TEST_F(Uci, OptionRepliesAndClamps) {
     };
     for (const auto& [option, reply] : cases)
         EXPECT_EQ(exchange("setoption name " + option), reply) << option;
+}
+
+// A Hash size that the memory limit cannot hold keeps the table in use and
+// says so in one line; the engine goes on searching.
+TEST(UciHash, ASizeThatCannotBeHadKeepsTheTableInUse) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer's shadow memory needs more address space than the limit leaves";
+#endif
+    rlimit saved{};
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &saved), 0);
+    rlimit limited = saved;
+    limited.rlim_cur = rlim_t(1) << 30;
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &limited), 0);
+    EngineProcess engine({"-hash", "16"});  // started under the limit
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &saved), 0);
+    const std::string out = search(engine, "setoption name Hash value 4000\nposition startpos\ngo depth 4");
+    EXPECT_EQ(count_of(out, "\ninfo string Hash size 4000M bytes cannot be allocated; keeping 16M bytes\n"), 1) << out;
+    engine.send("quit");
+    EXPECT_EQ(engine.wait_exit(10), 0);
 }
 
 // Searches in one session, in order, so that limits and options carry over:

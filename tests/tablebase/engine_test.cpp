@@ -42,6 +42,21 @@ TEST(TbEngine, PathFromTheSettingsFileAndUciForcesTheRootScoreAndMove) {
     EXPECT_GT(std::stoi(m[1]), 0);
     EXPECT_NE(std::find(kept.begin(), kept.end(), m[2].str()), kept.end()) << m[2];
 
+    // Ninety-five plies of shuffling lead to a won KRRvK with five plies
+    // left: only h3h6 and f4f6 reach the next capture in time (an
+    // independent engine with the same tables agrees); the others draw.
+    const std::string late = search(engine,
+        "position fen 6RR/8/8/2k5/8/8/K7/8 b - - moves "
+        "c5c6 g8b8 c6c5 b8e8 c5c6 e8f8 c6c5 a2a1 c5c6 a1b1 c6c5 f8f3 c5c6 f3f4 c6c5 h8f8 c5c6 f4f2 c6c5 f8e8 "
+        "c5c6 f2b2 c6c5 b2b3 c5c6 b1c2 c6c5 b3a3 c5c6 e8d8 c6c5 c2d2 c5c6 a3a8 c6c5 d2c3 c5c6 c3b2 c6c5 d8b8 "
+        "c5c6 a8a7 c6c5 b8g8 c5c6 g8f8 c6c5 a7a4 c5c6 a4g4 c6c5 g4g1 c5c6 b2b1 c6c5 g1e1 c5c6 b1c1 c6c5 e1e7 "
+        "c5c6 f8a8 c6c5 e7e4 c5c6 c1c2 c6c5 c2d1 c5c6 a8b8 c6c5 b8d8 c5c6 d1c1 c6c5 d8d2 c5c6 d2d1 c6c5 c1c2 "
+        "c5c6 d1b1 c6c5 e4f4 c5c6 b1h1 c6c5 h1h2 c5c6 h2h7 c6c5 h7h3 c5c6 c2b3 c6c5 "
+        "\ngo depth 3");
+    EXPECT_NE(late.find("score cp 9800"), std::string::npos) << late;
+    EXPECT_TRUE(late.find("bestmove h3h6") != std::string::npos || late.find("bestmove f4f6") != std::string::npos)
+        << late;
+
     const std::size_t from = engine.output().size();
     engine.send("setoption name SyzygyPath value <empty>\nisready");
     ASSERT_GE(engine.wait_for("readyok", 10, from), 0);

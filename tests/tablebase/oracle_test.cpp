@@ -1,8 +1,11 @@
 // Probe results against an independent engine's verdicts on random legal
 // positions of every shared table (both sides to move, en-passant cases
-// included; scripts/tb_oracle.py made the data), and the evaluation's own
-// king-and-pawn table against KPvK on every placement, for either pawn colour.
+// included; scripts/tb_oracle.py made the data), the root probe against its
+// ranking of root moves with 90 to 100 plies on the fifty-move counter, and
+// the evaluation's own king-and-pawn table against KPvK on every placement,
+// for either pawn colour.
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <vector>
@@ -107,6 +110,48 @@ TEST(TbOracle, DtzAgreesWithTheChildrensDtz) {
         EXPECT_EQ(wrong, 0);
         EXPECT_GT(checked, 500);
     }
+}
+
+std::string coordinates(Move m) {
+    return {char('a' + move_from(m) % 8), char('1' + move_from(m) / 8), char('a' + move_to(m) % 8),
+            char('1' + move_to(m) / 8)};
+}
+
+// Near the fifty-move limit the counter decides between a win and a draw:
+// the root's class, the moves that keep it and the chosen one must agree
+// with the oracle's ranking of every root move under the rule. From 99 plies
+// on, the oracle calls every move that is neither mate nor zeroing a draw
+// outright (the position after it can be claimed) where the tables still
+// tell a cursed win or blessed loss: there only the band is compared.
+TEST(TbOracle, RootProbeNearTheFiftyMoveLimit) {
+    use_shared_tables();
+    std::ifstream in(std::string(VORN_SOURCE_DIR) + "/tests/tablebase/fifty_positions.txt");
+    std::string line;
+    int cases = 0, wrong = 0;
+    while (std::getline(in, line)) {
+        std::istringstream fields(line);
+        std::string placement, side, move;
+        int counter, result;
+        fields >> placement >> side >> counter >> result;
+        std::vector<std::string> keeping;
+        while (fields >> move) keeping.push_back(move);
+        int wdl, dtz;
+        Move chosen;
+        const int got = tb_probe_root(TbBoard(placement + " " + side + " - -", counter).pos, &wdl, &dtz, &chosen);
+        std::vector<std::string> kept;
+        for (const Move* m = root_tb_moves; *m; m++) kept.push_back(coordinates(*m));
+        std::sort(kept.begin(), kept.end());
+        const bool agrees = counter >= 99 && result >= 1 && result <= 3
+                                ? got >= 1 && got <= 3
+                                : got == result && kept == keeping &&
+                                      std::find(kept.begin(), kept.end(), coordinates(chosen)) != kept.end();
+        cases++;
+        if (!agrees && ++wrong <= 10)
+            ADD_FAILURE() << line << "\n  got " << got << " " << coordinates(chosen) << ", kept "
+                          << testing::PrintToString(kept);
+    }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_GE(cases, 300);
 }
 
 TEST(TbOracle, KingAndPawnTableAgreesWithKPvK) {

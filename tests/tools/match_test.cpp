@@ -179,6 +179,18 @@ TEST_F(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
     }
     write_file("test1.rc", "# Player 1: junk lines, lighter knights, flat tables\nknight_value = 300, 300\n"
                            "[junk] = = ,,\n\xff\xfe garbage\n" + flat_tables());
+    // The games are not written over a settings file; without a book the
+    // match says once that every opening repeats.
+    const std::string player1 = read_file("test1.rc");
+    EngineProcess clash({"-nolog", "-match", "test1.rc"}, scratch_.path);
+    ASSERT_EQ(clash.wait_exit(30), 0);
+    EXPECT_NE(clash.output().find("test1.rc is a settings file; the games are not written over it\n"), std::string::npos);
+    EXPECT_EQ(read_file("test1.rc"), player1);
+    EngineProcess bookless({"-nolog", "-d", "1", "-match", "games.pgn"}, scratch_.path);
+    EXPECT_GT(bookless.wait_for("Starting match...\nno book: every game repeats its opening for each colour\n", 30), 0);
+    bookless.send("quit");
+    ASSERT_EQ(bookless.wait_exit(60), 0);
+
     // A book of one line, drawn in 20 games: a candidate at every ply.
     std::string book_games;
     for (int i = 0; i < 20; ++i)
@@ -191,7 +203,8 @@ TEST_F(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
     ASSERT_GT(engine.wait_for("   3 games,", 120), 0) << engine.output();
     engine.send("quit");
     ASSERT_EQ(engine.wait_exit(60), 0);
-    EXPECT_NE(engine.output().find("loaded parameters from test1.rc\n\nStarting match...\n"), std::string::npos);
+    EXPECT_NE(engine.output().find("loaded parameters from test1.rc\n\nStarting match...\n   1 games,"), std::string::npos)
+        << engine.output().substr(0, 300);
     const std::string games = read_file("games.pgn");
 
     // Every game printed was written whole, and nothing else: the games cover

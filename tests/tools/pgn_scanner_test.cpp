@@ -124,8 +124,9 @@ TEST_F(PgnScanner, EpdModesWriteRecordsTheRunnerAndTheTunerTake) {
     scores[4] = 600;  // mode 3 stops after the first move scored above 500
     const std::string game = game_text(scores);
 
-    // Mode 2: not the first 20 plies, not the last six moves, not in check.
-    EXPECT_EQ(scan(game, 2), "games= 1, positions= 6\n\n");
+    // Mode 2: not the first 20 plies, not the last six moves, not in check
+    // (a byte-order mark before the first tag changes nothing).
+    EXPECT_EQ(scan("\xEF\xBB\xBF" + game, 2), "games= 1, positions= 6\n\n");
     const std::string epd = read_file("tmp.epd");
     EXPECT_EQ(best_moves(epd), (std::vector<std::string>{"Bxb5+", "O-O-O", "Rd8", "Rxd7", "Rxd7", "Rd1"}));
     EXPECT_EQ(lines_of(epd)[1],
@@ -202,8 +203,15 @@ TEST_F(PgnScanner, BrokenFilesNeverCrash) {
             EXPECT_EQ(move_lines, c.lines);
         }
     }
-    // Missing input or an output that cannot be written: silence.
-    EXPECT_EQ(printed_by([] { scan_pgn("no-such.pgn", 2); }), "");
+    // A missing input and an input that is the output are named; the input
+    // is kept. An output that cannot be written: silence.
+    EXPECT_EQ(printed_by([] { scan_pgn("no-such.pgn", 2); }), "cannot read no-such.pgn: No such file or directory\n");
+    for (const char* name : {"tmp.pgn", "tmp.epd"}) {
+        write_file(name, game_text({}));
+        EXPECT_EQ(printed_by([name] { scan_pgn(name, name[4] == 'p' ? 1 : 3); }),
+                  std::string(name) + " is the scanner's output file; read from a copy of it\n");
+        EXPECT_EQ(read_file(name), game_text({}));
+    }
     ASSERT_EQ(std::system("rm -f tmp.epd && mkdir tmp.epd"), 0);
     EXPECT_EQ(scan(game_text({}), 2), "");
 }

@@ -52,21 +52,25 @@ TEST_F(Tuner, GradientPassRaisesATooLowKnightValueAndLowersTheError) {
     EXPECT_EQ(read_file("tune.log").rfind("pass= 0, k0= 2.000e+03\n** knight_value_op = 200\n", 0), 0u);
 }
 
+// Without positions, or with nowhere to log, nothing is tuned; a missing
+// file of positions is named instead of measuring 1.0 a hundred times.
 TEST_F(Tuner, GradientPassWithoutPositionsOrLogMovesNothing) {
     {
         EngineProcess engine({"-tune", "missing.epd"}, scratch_.path);
         engine.close_input();
         ASSERT_EQ(engine.wait_exit(60), 0);
-        const std::vector<double> knight = numbers_after(engine.output(), "** knight_value_op = ");
-        ASSERT_EQ(knight.size(), 100u);
-        EXPECT_EQ(knight.back(), 380);
-        EXPECT_EQ(numbers_after(engine.output(), "\nerr= ").back(), 1.0);
+        EXPECT_EQ(engine.output(), "cannot read missing.epd: No such file or directory\n");
     }
-    ASSERT_EQ(std::system("rm tune.log && mkdir tune.log"), 0);
-    EngineProcess engine({"-tune", "missing.epd"}, scratch_.path);
-    engine.close_input();
-    ASSERT_EQ(engine.wait_exit(30), 0);
-    EXPECT_EQ(engine.output().find("pass="), std::string::npos);
+    write_file("tune.epd", knight_odds_positions());
+    ASSERT_EQ(std::system("mkdir tune.log"), 0);  // cannot be created
+    for (const char* input : {"tune.epd", "tune.log"}) {
+        EngineProcess engine({"-tune", input}, scratch_.path);
+        engine.close_input();
+        ASSERT_EQ(engine.wait_exit(30), 0);
+        EXPECT_EQ(engine.output().find("pass="), std::string::npos);
+        ASSERT_EQ(std::system("rmdir tune.log; cp tune.epd tune.log"), 0);  // next: the log named as input
+    }
+    EXPECT_EQ(read_file("tune.log"), read_file("tune.epd"));
 }
 
 TEST_F(Tuner, ConsoleLineSearchReportsABetterValueAndKeepsTheGame) {
@@ -77,6 +81,9 @@ TEST_F(Tuner, ConsoleLineSearchReportsABetterValueAndKeepsTheGame) {
     engine.send("tune no_such_parameter");
     engine.send("tune knight_value_op");
     engine.send("bd");
+    // The depth limit, progress lines and hash table are the console's again.
+    engine.send("fen 7k/8/8/8/8/8/6PP/q5RK w - -\nmv");
+    ASSERT_GE(engine.wait_for("move= ", 60), 0) << engine.output();
     engine.send("quit");
     ASSERT_EQ(engine.wait_exit(120), 0);
     const std::string& out = engine.output();
@@ -88,6 +95,15 @@ TEST_F(Tuner, ConsoleLineSearchReportsABetterValueAndKeepsTheGame) {
     ASSERT_GE(best.size(), 3u);
     EXPECT_GT(best.back(), 330);
     EXPECT_NE(out.find("4k3/8/8/8/8/8/8/4K2N w - -", out.find("done!\n", tuning)), std::string::npos);
+    EXPECT_NE(out.find("move= g1a1"), std::string::npos) << out.substr(out.rfind("done!"));
+
+    // Without tune.epd: one line naming it, then "done!".
+    ASSERT_EQ(std::system("rm tune.epd"), 0);
+    EngineProcess missing({"-c"}, scratch_.path);
+    missing.send("tune knight_value_op\nquit");
+    ASSERT_EQ(missing.wait_exit(30), 0);
+    EXPECT_NE(missing.output().find("white\n\ncannot read tune.epd: No such file or directory\ndone!\n\n"),
+              std::string::npos) << missing.output();
 }
 
 }  // namespace
