@@ -171,6 +171,9 @@ MoveEntry* gen_quiet_moves(const Position& pos, int side, MoveEntry* list) {
 
     // Castling, king side first. A right still held means king and rook
     // stand on their squares; attacks on the king's way are is_legal's test.
+    if (!(pos.castling & (side == kWhite ? kCastleWhiteKing | kCastleWhiteQueen
+                                         : kCastleBlackKing | kCastleBlackQueen)))
+        return list;
     for (int right = castle_right(side, true); right <= castle_right(side, false); right++) {
         if ((pos.castling & (1 << right)) && !(occupancy & pos.castle_empty[right]))
             *list++ = MoveEntry{pos.castle_move[right], 0, uint8_t(king), 0};
