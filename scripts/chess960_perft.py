@@ -4,7 +4,7 @@
 
 Two files, one record a line, perft totals as ";D<depth> <nodes>" fields:
   chess960_starts.txt  the 960 start positions in Scharnagl order, each as its
-                       white back rank ("BBQNNRKR ;D3 7866 ;D4 172470"); the
+                       white back rank ("BBQNNRKR ;D3 9006 ;D4 201143"); the
                        test builds the FEN from it
   chess960_played.txt  positions reached by random play from start positions
                        chosen for awkward castling (king on the b or g file,
