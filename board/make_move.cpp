@@ -1,17 +1,8 @@
 #include "board/make_move.h"
 
-#include "board/attacks.h"
+#include <utility>
 
-const uint8_t castle_mask[64] = {
-    2, 0, 0, 0, 3, 0, 0, 1,  //
-    0, 0, 0, 0, 0, 0, 0, 0,  //
-    0, 0, 0, 0, 0, 0, 0, 0,  //
-    0, 0, 0, 0, 0, 0, 0, 0,  //
-    0, 0, 0, 0, 0, 0, 0, 0,  //
-    0, 0, 0, 0, 0, 0, 0, 0,  //
-    0, 0, 0, 0, 0, 0, 0, 0,  //
-    8, 0, 0, 0, 12, 0, 0, 4,
-};
+#include "board/attacks.h"
 
 MoveTraceHook move_trace_hook = nullptr;
 
@@ -29,6 +20,33 @@ inline void relocate(Position& pos, int code, int from, int to) {
     Bitboard change = square_bit(from) | square_bit(to);
     pos.pieces[side][0] ^= change;
     pos.pieces[side][type] ^= change;
+}
+
+// Castling written as the king taking its own rook: both pieces go to their
+// castled squares (or back, undoing it). Either may land where the other
+// stood, or stay where it is, so both leave the board before either is put
+// down. Keys are the caller's.
+void castle_with_rook(Position& pos, int side, int king_from, int rook_from, bool undo) {
+    const bool king_side = rook_from > king_from;
+    int king_to = castled_king_square(side, king_side), rook_to = castled_rook_square(side, king_side);
+    if (undo) {
+        std::swap(king_from, king_to);
+        std::swap(rook_from, rook_to);
+    }
+    const int king = piece_code(side, kKing), rook = piece_code(side, kRook);
+    pos.board[king_from] = pos.board[rook_from] = 0;
+    pos.board[king_to] = uint8_t(king);
+    pos.board[rook_to] = uint8_t(rook);
+    uint8_t* s = pos.piece_list[side][kKing];
+    while (*s != king_from) s++;
+    *s = uint8_t(king_to);
+    for (s = pos.piece_list[side][kRook]; *s != rook_from;) s++;
+    *s = uint8_t(rook_to);
+    const Bitboard king_change = square_bit(king_from) ^ square_bit(king_to);
+    const Bitboard rook_change = square_bit(rook_from) ^ square_bit(rook_to);
+    pos.pieces[side][kKing] ^= king_change;
+    pos.pieces[side][kRook] ^= rook_change;
+    pos.pieces[side][0] ^= king_change ^ rook_change;
 }
 
 inline void move_keys(Position& pos, int code, int from, int to) {
@@ -90,6 +108,41 @@ inline bool attacked_with(const Position& pos, int square, int by, Bitboard occu
     return false;
 }
 
+// Castling written as the king taking its own rook: the right must still be
+// held for that rook, nothing else may stand where either piece goes or
+// passes, and no square of the king's way, its start and end included, may
+// be attacked. The rook is left out of the occupancy: standing beyond the
+// king's destination on the same rank, it may be all that screens it.
+bool castling_is_legal(const Position& pos, int side, Move move) {
+    const int right = castle_right(side, move_to(move) > move_from(move));
+    if (!(pos.castling & (1 << right)) || pos.castle_move[right] != move) return false;
+    Bitboard occupancy = pos.pieces[0][0] | pos.pieces[1][0];
+    if (occupancy & pos.castle_empty[right]) return false;
+    occupancy ^= square_bit(move_to(move));
+    for (Bitboard path = pos.castle_path[right]; path; path &= path - 1)
+        if (attacked_with(pos, lowest_square(path), side ^ 1, occupancy, 0)) return false;
+    return true;
+}
+
+// gives_check for castling written as the king taking its own rook: the rook
+// on its new square checks directly; a line opened by either piece leaving
+// its square is a discovered check.
+int castling_gives_check(const Position& pos, int side, int king_from, int rook_from) {
+    const int enemy_king = pos.piece_list[side ^ 1][kKing][0];
+    if (enemy_king >= 64) return 0;
+    const bool king_side = rook_from > king_from;
+    const int rook_to = castled_rook_square(side, king_side);
+    const Bitboard after = ((pos.pieces[0][0] | pos.pieces[1][0]) ^ square_bit(king_from) ^ square_bit(rook_from)) |
+                           square_bit(castled_king_square(side, king_side)) | square_bit(rook_to);
+    if (rook_attacks(rook_to, after) & square_bit(enemy_king)) return 1;
+    const Bitboard* own = pos.pieces[side];
+    Bitboard sliders = ((own[kBishop] | own[kQueen]) & diagonal_mask[enemy_king]) |
+                       ((own[kRook] | own[kQueen]) & orthogonal_mask[enemy_king] & ~square_bit(rook_from));
+    for (; sliders; sliders &= sliders - 1)
+        if (!(between[enemy_king][lowest_square(sliders)] & after)) return 2;
+    return 0;
+}
+
 }  // namespace
 
 void make_move(Position& pos, Move move) {
@@ -99,14 +152,23 @@ void make_move(Position& pos, Move move) {
     int p = pos.board[from], c = pos.board[to];
     int s = pos.side_to_move;
 
-    const HistoryEntry& entry = push_history(pos, h, move, piece_type(c));
+    HistoryEntry& entry = push_history(pos, h, move, piece_type(c));
 
     pos.fifty_count = uint8_t(pos.fifty_count + (pos.fifty_count < 255));  // stops at 255 rather than wrap
     pos.ep_square = kNoSquare;
-    pos.castling &= uint8_t(~(castle_mask[from] | castle_mask[to]));
+    pos.castling &= uint8_t(~(pos.castle_mask[from] | pos.castle_mask[to]));
     pos.side_to_move = uint8_t(s ^ 1);
 
     if (c) {
+        if (piece_side(c) == s) [[unlikely]] {  // the king takes its own rook: castling
+            entry.captured = kCastledWithRook;
+            castle_with_rook(pos, s, from, to, false);
+            const bool king_side = to > from;
+            move_keys(pos, p, from, castled_king_square(s, king_side));
+            move_keys(pos, c, to, castled_rook_square(s, king_side));
+            pos.fifty_count = 0;
+            return;
+        }
         remove_piece(pos, to);
         toggle_key(pos, c, to);
         pos.fifty_count = 0;
@@ -147,8 +209,16 @@ void unmake_move(Position& pos) {
     Move move = entry.move;
     int from = move_from(move), to = move_to(move);
     int p = pos.board[to];
-    relocate(pos, p, to, from);
-    if (entry.captured) add_piece(pos, s ^ 1, entry.captured, to);
+    if (const int captured = entry.captured) {
+        if (captured == kCastledWithRook) [[unlikely]] {
+            castle_with_rook(pos, s, from, to, true);
+            return;
+        }
+        relocate(pos, p, to, from);
+        add_piece(pos, s ^ 1, captured, to);
+    } else {
+        relocate(pos, p, to, from);
+    }
 
     int type = piece_type(p);
     if (type == kPawn) {
@@ -184,6 +254,7 @@ bool is_legal(const Position& pos, int side, Move move) {
     Bitboard captured = pos.pieces[enemy][0] & to_bit;
 
     if (from == king) {
+        if (pos.pieces[side][0] & to_bit) return castling_is_legal(pos, side, move);
         if (to == from + 2 || to == from - 2) {
             return !attacked_with(pos, from, enemy, occupancy, 0) &&
                    !attacked_with(pos, (from + to) / 2, enemy, occupancy, 0) &&
@@ -224,6 +295,9 @@ int gives_check(const Position& pos, int side, const MoveEntry& entry) {
         case kQueen:
             if ((diagonal_mask[enemy_king] & to_bit) && !(between[enemy_king][to] & occupancy)) return 1;
             if ((orthogonal_mask[enemy_king] & to_bit) && !(between[to][enemy_king] & occupancy)) return 1;
+            break;
+        case kKing:
+            if (pos.pieces[side][0] & to_bit) return castling_gives_check(pos, side, from, to);
             break;
         default:
             break;

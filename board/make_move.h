@@ -4,8 +4,6 @@
 #include "board/position.h"
 #include "board/types.h"
 
-// Castling rights lost when a move starts or ends on a square.
-extern const uint8_t castle_mask[64];
 constexpr int pawn_step[2] = {8, -8};
 
 // Called by make_move before the move is made when set (the search trace);

@@ -169,16 +169,14 @@ MoveEntry* gen_quiet_moves(const Position& pos, int side, MoveEntry* list) {
     for (const uint8_t* s = lists[kKing]; *s != kNoSquare; s++)
         list = emit_quiet(*s, king_attacks[*s] & empty, king, list);
 
-    int king_square = lists[kKing][0];
-    int home = side == kWhite ? 4 : 60;
-    if (king_square == home) {
-        uint8_t king_side = side == kWhite ? kCastleWhiteKing : kCastleBlackKing;
-        uint8_t queen_side = side == kWhite ? kCastleWhiteQueen : kCastleBlackQueen;
-        const uint8_t* b = pos.board;
-        if ((pos.castling & king_side) && !b[home + 1] && !b[home + 2])
-            list = emit(list, home, home + 2, king, 0);
-        if ((pos.castling & queen_side) && !b[home - 1] && !b[home - 2] && !b[home - 3])
-            list = emit(list, home, home - 2, king, 0);
+    // Castling, king side first. A right still held means king and rook
+    // stand on their squares; attacks on the king's way are is_legal's test.
+    if (!(pos.castling & (side == kWhite ? kCastleWhiteKing | kCastleWhiteQueen
+                                         : kCastleBlackKing | kCastleBlackQueen)))
+        return list;
+    for (int right = castle_right(side, true); right <= castle_right(side, false); right++) {
+        if ((pos.castling & (1 << right)) && !(occupancy & pos.castle_empty[right]))
+            *list++ = MoveEntry{pos.castle_move[right], 0, uint8_t(king), 0};
     }
     return list;
 }

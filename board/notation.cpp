@@ -111,11 +111,14 @@ void move_to_san(const Position& pos, Move move, char* coordinate, char* san,
         std::strcat(san_with_file, square_names[to]);
         std::strcat(san_with_rank, square_names[to]);
 
-        if (type == kKing && to == from + 2) {
+        // Castling is the king's two-square step or, in Chess960, the king
+        // taking its own rook.
+        const bool onto_own_rook = capture && piece_side(pos.board[to]) == side;
+        if (type == kKing && (onto_own_rook ? to > from : to == from + 2)) {
             std::strcpy(san, "o-o");
             std::strcpy(san_with_file, "O-O");
             std::strcpy(san_with_rank, "0-0");
-        } else if (type == kKing && to == from - 2) {
+        } else if (type == kKing && (onto_own_rook || to == from - 2)) {
             std::strcpy(san, "o-o-o");
             std::strcpy(san_with_file, "O-O-O");
             std::strcpy(san_with_rank, "0-0-0");

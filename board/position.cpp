@@ -2,8 +2,10 @@
 
 #include <bit>
 #include <cstring>
+#include <utility>
 
 #include "core/output.h"
+#include "core/shell_state.h"
 
 uint64_t zobrist_piece[16][64];
 uint64_t zobrist_extra[66];
@@ -60,6 +62,11 @@ void clear_position(Position& pos) {
     pos.fifty_count = 0;
     pos.castling = 15;
     pos.ep_square = kNoSquare;
+    pos.castle_king[kWhite] = 4;
+    pos.castle_king[kBlack] = 60;
+    static constexpr uint8_t kCornerRooks[4] = {7, 0, 63, 56};
+    std::memcpy(pos.castle_rook, kCornerRooks, sizeof kCornerRooks);
+    build_castling_tables(pos);
     if (pos.owner) {
         pos.owner->history_count = 0;
         pos.owner->ply = 1;
@@ -79,6 +86,26 @@ void compute_keys(Position& pos) {
 }
 
 namespace {
+
+bool on_back_rank(int side, int square) { return square < 64 && rank_of(square) == 7 * side; }
+
+// The squares from a to b, both included, on one rank.
+Bitboard rank_span(int a, int b) {
+    if (a > b) std::swap(a, b);
+    return (~Bitboard(0) >> (63 - b)) & (~Bitboard(0) << a);
+}
+
+// The rook of `side` farthest from its king on one side of it, on the back
+// rank, or kNoSquare.
+int outermost_rook(const Position& pos, int side, bool king_side) {
+    int king = pos.castle_king[side];
+    if (king == kNoSquare) return kNoSquare;
+    int corner = 56 * side + (king_side ? 7 : 0);
+    int step = king_side ? -1 : 1;
+    for (int sq = corner; sq != king; sq += step)
+        if (pos.board[sq] == piece_code(side, kRook)) return sq;
+    return kNoSquare;
+}
 
 int piece_from_letter(char c) {
     switch (c) {
@@ -109,7 +136,67 @@ bool ep_square_plausible(const Position& pos, int ep) {
     return pos.board[pawn_square] == piece_code(stm ^ 1, kPawn);
 }
 
+// The right and the rook square a castling letter names: K, Q, k, q the
+// outermost rook on that side of the king, a file letter the rook on that
+// file (capital for White). The square is kNoSquare when no rook fits.
+// False for a letter that names no right, such as "-".
+bool castling_letter_rook(const Position& pos, char letter, int& right, int& rook) {
+    if (letter == 'K' || letter == 'Q' || letter == 'k' || letter == 'q') {
+        const int side = letter == 'k' || letter == 'q' ? kBlack : kWhite;
+        const bool king_side = letter == 'K' || letter == 'k';
+        right = castle_right(side, king_side);
+        rook = outermost_rook(pos, side, king_side);
+        return true;
+    }
+    int side, file;
+    if (letter >= 'A' && letter <= 'H') side = kWhite, file = letter - 'A';
+    else if (letter >= 'a' && letter <= 'h') side = kBlack, file = letter - 'a';
+    else return false;
+    const int king = pos.castle_king[side];
+    right = castle_right(side, king == kNoSquare || file > file_of(king));
+    rook = 56 * side + file;
+    return true;
+}
+
 }  // namespace
+
+void build_castling_tables(Position& pos) {
+    std::memset(pos.castle_mask, 0, sizeof pos.castle_mask);
+    for (int right = 0; right < 4; right++) {
+        const int side = right >> 1;
+        const bool king_side = (right & 1) == 0;
+        const int king = pos.castle_king[side], rook = pos.castle_rook[right];
+        pos.castle_move[right] = 0;
+        pos.castle_empty[right] = ~Bitboard(0);  // a right not held never castles
+        pos.castle_path[right] = 0;
+        if (!(pos.castling & (1 << right)) || king >= 64 || rook >= 64) continue;
+        const int king_to = castled_king_square(side, king_side);
+        const int rook_to = castled_rook_square(side, king_side);
+        const bool standard = king == 56 * side + 4 && rook == (king_side ? king + 3 : king - 4);
+        pos.castle_move[right] = encode_move(king, standard && !shell.chess960 ? king_to : rook);
+        pos.castle_path[right] = rank_span(king, king_to);
+        pos.castle_empty[right] =
+            (rank_span(king, king_to) | rank_span(rook, rook_to)) & ~square_bit(king) & ~square_bit(rook);
+        pos.castle_mask[king] |= side == kWhite ? kCastleWhiteKing | kCastleWhiteQueen
+                                                : kCastleBlackKing | kCastleBlackQueen;
+        pos.castle_mask[rook] |= uint8_t(1 << right);
+    }
+}
+
+bool drop_unsupported_castling(Position& pos) {
+    const uint8_t before = pos.castling;
+    for (int right = 0; right < 4; right++) {
+        const int side = right >> 1;
+        const int king = pos.castle_king[side], rook = pos.castle_rook[right];
+        const bool held = on_back_rank(side, king) && on_back_rank(side, rook) &&
+                          pos.board[king] == piece_code(side, kKing) &&
+                          pos.board[rook] == piece_code(side, kRook) &&
+                          ((right & 1) == 0 ? rook > king : rook < king);
+        if (!held) pos.castling &= uint8_t(~(1 << right));
+    }
+    build_castling_tables(pos);
+    return pos.castling != before;
+}
 
 void parse_fen(Position& pos, const char* text) {
     clear_position(pos);
@@ -143,14 +230,24 @@ void parse_fen(Position& pos, const char* text) {
         if (*p) p++;
     }
 
-    // Castling rights.
+    // Castling rights: the king castles from where it stands; each letter
+    // names the rook. Naming two rooks for one right makes the record bad.
     pos.castling = 0;
+    for (int side = 0; side < 2; side++) {
+        int king = pos.piece_list[side][kKing][0];
+        pos.castle_king[side] = uint8_t(on_back_rank(side, king) ? king : kNoSquare);
+    }
+    bool two_rooks_named = false;
     while (*p == ' ') p++;
     for (; *p && *p != ' '; p++) {
-        if (*p == 'K') pos.castling |= kCastleWhiteKing;
-        if (*p == 'Q') pos.castling |= kCastleWhiteQueen;
-        if (*p == 'k') pos.castling |= kCastleBlackKing;
-        if (*p == 'q') pos.castling |= kCastleBlackQueen;
+        int right, rook;
+        if (!castling_letter_rook(pos, *p, right, rook)) continue;
+        if (pos.castling & (1 << right)) {
+            two_rooks_named |= pos.castle_rook[right] != rook;
+            continue;
+        }
+        pos.castling |= uint8_t(1 << right);
+        pos.castle_rook[right] = uint8_t(rook);
     }
 
     // En-passant square.
@@ -167,18 +264,9 @@ void parse_fen(Position& pos, const char* text) {
         pos.owner->history_count = 0;
     }
 
-    // Castling rights need the king and the rook on their original squares.
-    uint8_t before = pos.castling;
-    const uint8_t* b = pos.board;
-    bool white_king = b[4] == piece_code(kWhite, kKing);
-    bool black_king = b[60] == piece_code(kBlack, kKing);
-    if (!(white_king && b[7] == piece_code(kWhite, kRook))) pos.castling &= ~kCastleWhiteKing;
-    if (!(white_king && b[0] == piece_code(kWhite, kRook))) pos.castling &= ~kCastleWhiteQueen;
-    if (!(black_king && b[63] == piece_code(kBlack, kRook))) pos.castling &= ~kCastleBlackKing;
-    if (!(black_king && b[56] == piece_code(kBlack, kRook))) pos.castling &= ~kCastleBlackQueen;
-
+    const bool dropped = drop_unsupported_castling(pos);
     compute_keys(pos);
-    if (pos.castling != before) send_line("Illegal EPD record");
+    if (dropped || two_rooks_named) send_line("Illegal EPD record");
 }
 
 void position_to_fen(const Position& pos, char* buffer) {
@@ -202,10 +290,15 @@ void position_to_fen(const Position& pos, char* buffer) {
     *out++ = ' ';
     *out++ = pos.side_to_move ? 'b' : 'w';
     *out++ = ' ';
-    if (pos.castling & kCastleWhiteKing) *out++ = 'K';
-    if (pos.castling & kCastleWhiteQueen) *out++ = 'Q';
-    if (pos.castling & kCastleBlackKing) *out++ = 'k';
-    if (pos.castling & kCastleBlackQueen) *out++ = 'q';
+    for (int right = 0; right < 4; right++) {
+        if (!(pos.castling & (1 << right))) continue;
+        const int side = right >> 1;
+        const bool king_side = (right & 1) == 0;
+        const int rook = pos.castle_rook[right];
+        char letter = outermost_rook(pos, side, king_side) == rook ? (king_side ? 'K' : 'Q')
+                                                                   : char('A' + file_of(rook));
+        *out++ = side == kWhite ? letter : char(letter - 'A' + 'a');
+    }
     if ((pos.castling & 15) == 0) *out++ = '-';
     *out++ = ' ';
     if (pos.ep_square < 64) {

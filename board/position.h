@@ -10,7 +10,8 @@
 // State before a move, enough to unmake it and to find repetitions.
 struct HistoryEntry {
     uint16_t move;
-    uint8_t captured;     // type of the piece taken on the to-square, 0 if none
+    uint8_t captured;     // type of the piece taken on the to-square, 0 if none,
+                          // kCastledWithRook for castling written as king takes rook
     uint8_t ep_square;
     uint8_t fifty_count;
     uint8_t castling;
@@ -33,11 +34,22 @@ struct BoardHistory {
     uint16_t last_move = 0;     // move that led here, 0 if none
 };
 
-// Castling rights bits.
+// Castling rights bits. A right's index is its bit number: 0 white king
+// side, 1 white queen side, 2 black king side, 3 black queen side.
 constexpr uint8_t kCastleWhiteKing = 1;
 constexpr uint8_t kCastleWhiteQueen = 2;
 constexpr uint8_t kCastleBlackKing = 4;
 constexpr uint8_t kCastleBlackQueen = 8;
+constexpr int castle_right(int side, bool king_side) { return 2 * side + (king_side ? 0 : 1); }
+
+// Where castling puts the king and the rook, wherever they started: g1 and f1
+// on the king side, c1 and d1 on the queen side (g8/f8, c8/d8 for Black).
+constexpr int castled_king_square(int side, bool king_side) { return 56 * side + (king_side ? 6 : 2); }
+constexpr int castled_rook_square(int side, bool king_side) { return 56 * side + (king_side ? 5 : 3); }
+
+// Marks a history entry whose move was castling written as the king taking
+// its own rook (no piece type is 7).
+constexpr uint8_t kCastledWithRook = 7;
 
 // Each square list holds at most this many squares plus the end mark 64.
 constexpr int kPieceListSize = 10;
@@ -56,6 +68,16 @@ struct Position {
     uint8_t fifty_count;
     uint8_t castling;
     uint8_t ep_square;
+    // Castling geometry, fixed when the position is set (rights are only lost
+    // afterwards), indexed by right. In a standard game the king starts on
+    // e1/e8 and the rooks in the corners; in Chess960 anywhere on the back
+    // rank with the king between its rooks.
+    uint8_t castle_king[2];      // square each side's king castles from
+    uint8_t castle_rook[4];      // square of each right's rook
+    Move castle_move[4];         // the move that castles, 0 for a right never held
+    Bitboard castle_empty[4];    // must be empty apart from that king and rook
+    Bitboard castle_path[4];     // the king's squares from start to end: none may be attacked
+    uint8_t castle_mask[64];     // rights lost when a move starts or ends on a square
 };
 
 // Key tables, filled once by init_hash_keys_tables and read-only afterwards.
@@ -70,6 +92,18 @@ void init_hash_keys_tables();
 
 void clear_position(Position& pos);
 void compute_keys(Position& pos);
+
+// Drops the rights in pos.castling whose king or rook does not stand on the
+// recorded square (or stands on the wrong side of the other), then rebuilds
+// the castling tables. Returns true when a right was dropped.
+bool drop_unsupported_castling(Position& pos);
+
+// Rebuilds the castling tables from the rights held and their squares. The
+// castling move is the king's two-square step for a king on e1/e8 with a
+// corner rook, unless shell.chess960 asks for every castling to be written
+// as the king taking its own rook, which is the only unambiguous form once
+// the king may stand next to its rook or not move at all.
+void build_castling_tables(Position& pos);
 
 // Material units per piece type, for phase_material and piece_counts.
 constexpr int16_t kPhaseUnits[7] = {0, 0, 3, 3, 5, 10, 0};
@@ -128,10 +162,13 @@ inline uint64_t full_key(const Position& pos) {
 inline constexpr const char* kStartFen = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
 
 // Sets the position from a FEN or EPD record; pos.owner must be set. Reads
-// placement, side, castling and en-passant field only.
+// placement, side, castling and en-passant field only. The castling field
+// may name rooks by K/Q/k/q (the outermost rook on that side of the king) or
+// by file letter (capital for White), as Chess960 positions need.
 void parse_fen(Position& pos, const char* text);
 
-// Four-field FEN; buffer must hold kFenBufferSize characters.
+// Four-field FEN; buffer must hold kFenBufferSize characters. A right whose
+// rook is not the outermost one on its side is written by the rook's file.
 constexpr size_t kFenBufferSize = 96;
 void position_to_fen(const Position& pos, char* buffer);
 

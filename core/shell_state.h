@@ -8,6 +8,7 @@
 
 struct ShellState {
     int16_t protocol_mode = 2;   // 2 UCI, 0 console
+    bool chess960 = false;       // UCI_Chess960: castling is written as king takes rook
     uint8_t start_request = 0;   // 1 search, 2 ponder, 3 console analysis
     uint8_t search_mode = 0;     // start_request of the running search, 0 idle
     uint8_t quit_requested = 0;

@@ -73,7 +73,9 @@ MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check) {
                 ss.stage = STAGE_GEN_CAPTURES;
                 if (ss.hash_move) {
                     Move m = ss.hash_move;
-                    ss.hash_entry = MoveEntry{m, 255, pos.board[move_from(m)], pos.board[move_to(m)]};
+                    uint8_t victim = pos.board[move_to(m)];
+                    if (piece_side(victim) == side) victim = 0;  // castling as king takes rook
+                    ss.hash_entry = MoveEntry{m, 255, pos.board[move_from(m)], victim};
                     return &ss.hash_entry;
                 }
                 break;

@@ -415,7 +415,8 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
 
         int flags = in_check_now ? 0 : classify_move(pos, side, *e);
         int type = piece_type(e->mover);
-        bool castling = type == kKing && (move_to(m) - move_from(m) == 2 || move_from(m) - move_to(m) == 2);
+        bool castling = type == kKing && (move_to(m) - move_from(m) == 2 || move_from(m) - move_to(m) == 2 ||
+                                          (pos.pieces[side][0] & square_bit(move_to(m))));
 
         // Late-move pruning.
         int cnl = -1;  // capture_not_losing, computed when first needed

@@ -156,7 +156,10 @@ TTRead tt_read(uint64_t full_key, int side, int ply, const uint8_t* board) {
         if (e.move) {
             int from = (e.move >> 8) & 63, to = e.move & 63;
             uint8_t pf = board[from], pt = board[to];
-            if (pf == 0 || (pf >> 3) != side || (pt != 0 && (pt >> 3) == side)) {
+            // A move onto an own piece can only be castling written as the
+            // king taking its rook (Chess960); is_legal checks the right.
+            bool onto_own = pt != 0 && (pt >> 3) == side;
+            if (pf == 0 || (pf >> 3) != side || (onto_own && !((pf & 7) == kKing && (pt & 7) == kRook))) {
                 r.depth = -97;
                 return r;
             }

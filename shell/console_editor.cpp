@@ -42,16 +42,6 @@ void edit_line(Position& pos, const char* line) {
     }
 }
 
-// Rights survive only with king and rook on their home squares.
-void check_castling(Position& pos) {
-    const int white_king = piece_code(kWhite, kKing), white_rook = piece_code(kWhite, kRook);
-    const int black_king = piece_code(kBlack, kKing), black_rook = piece_code(kBlack, kRook);
-    if (pos.board[4] != white_king || pos.board[7] != white_rook) pos.castling &= ~kCastleWhiteKing;
-    if (pos.board[4] != white_king || pos.board[0] != white_rook) pos.castling &= ~kCastleWhiteQueen;
-    if (pos.board[60] != black_king || pos.board[63] != black_rook) pos.castling &= ~kCastleBlackKing;
-    if (pos.board[60] != black_king || pos.board[56] != black_rook) pos.castling &= ~kCastleBlackQueen;
-}
-
 }  // namespace
 
 void edit_position() {
@@ -71,7 +61,8 @@ void edit_position() {
         if (line[0] == '.') break;
         edit_line(pos, line);
     }
-    check_castling(pos);
+    // Rights survive only with king and rook still on their squares.
+    drop_unsupported_castling(pos);
     compute_keys(pos);
     game_block().history_count = 0;
     game_block().history[0].move = 0;

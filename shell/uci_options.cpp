@@ -32,6 +32,7 @@ void print_uci_identification() {
                SyzygyProbeDepth5.load());
     send_linef("option name SyzygyProbeDepth6 type spin default %d min 1 max 100",
                SyzygyProbeDepth6.load());
+    send_linef("option name UCI_Chess960 type check default %s", shell.chess960 ? "true" : "false");
     shell.log_enabled = 0;
     book_settings.own_book = false;
     send_line("uciok");
@@ -127,5 +128,12 @@ void set_uci_option(const char* arguments) {
     } else if (is("SyzygyProbeDepth6")) {
         SyzygyProbeDepth6 = static_cast<int>(read_clamped(value, 1, 100));
         send_linef("info string SyzygyProbeDepth6 set to %d", SyzygyProbeDepth6.load());
+    } else if (is("UCI_Chess960")) {
+        // Castling moves of the game position are written anew; the moves
+        // already played are unmade by their own form, whichever it was.
+        abandon_search_and_wait();
+        shell.chess960 = std::strcmp(value, "true") == 0;
+        build_castling_tables(game_position());
+        send_linef("info string UCI_Chess960 set to %d", shell.chess960 ? 1 : 0);
     }
 }

@@ -57,21 +57,17 @@ TEST_F(MovegenTest, PromotionsAndEnPassantEntries) {
     EXPECT_EQ(list[0].victim, 0);
 }
 
+// Castling through an attacked square is generated (is_legal removes it);
+// which pieces block it, the perft totals show. Rights forced on without
+// their king and rook in place generate nothing.
 TEST_F(MovegenTest, CastlingGeneration) {
-    auto generated = [&](const char* fen, const char* move) {
-        set(fen);
-        std::vector<std::string> moves = all_moves(pos);
-        return std::find(moves.begin(), moves.end(), move) != moves.end();
-    };
-    // Through an attacked square it is generated: the legality test removes it.
-    EXPECT_TRUE(generated("4k3/8/8/8/8/8/5r2/R3K2R w KQ - 0 1", "e1g1"));
-    // Never with a piece in between (b1 counts on the queen side).
-    EXPECT_FALSE(generated("4k3/8/8/8/8/8/8/RN2K2R w KQ - 0 1", "e1c1"));
-    EXPECT_TRUE(generated("4k3/8/8/8/8/8/8/RN2K2R w KQ - 0 1", "e1g1"));
-    // Never with the king off its square, whatever the rights say.
+    set("4k3/8/8/8/8/8/5r2/R3K2R w KQ - 0 1");
+    std::vector<std::string> moves = all_moves(pos);
+    EXPECT_NE(std::find(moves.begin(), moves.end(), "e1g1"), moves.end());
     set("r3k2r/8/8/8/8/8/8/R4K1R w - - 0 1");
+    moves = all_moves(pos);
     pos.castling = 15;
-    for (const std::string& m : all_moves(pos)) EXPECT_TRUE(m != "f1h1" && m != "f1d1") << m;
+    EXPECT_EQ(all_moves(pos), moves);
 }
 
 // Slider attacks and the squares between are checked by the perft totals;

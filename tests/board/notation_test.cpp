@@ -59,6 +59,7 @@ const char* const kTwoKnights = "4k3/8/8/8/8/5N2/8/RN2K3 w - - 0 1";
 const char* const kThreeQueens = "4k3/8/8/8/Q6Q/8/8/Q3K3 w - - 0 1";  // a1 shares a4's file, h4 its rank
 const char* const kPawns = "1r6/P6k/8/3p4/4P3/8/8/4K3 w - - 0 1";
 const char* const kCastles = "r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1";
+const char* const kKingOnB = "rk5r/pppppppp/8/8/8/8/PPPPPPPP/RK5R w HAha - 0 1";
 
 const SanCase kSanCases[] = {
     {kTwoKnights, "b1d2", 0, "b1d2", "Nbd2", "Nbd2", "N1d2"},
@@ -74,6 +75,9 @@ const SanCase kSanCases[] = {
     {"4k3/8/8/3pP3/8/8/8/4K3 w - d6 0 1", "e5d6", 0, nullptr, "exd6", nullptr, nullptr},
     {kCastles, "e1g1", 0, nullptr, "o-o", "O-O", "0-0"},
     {kCastles, "e1c1", 0, nullptr, "o-o-o", "O-O-O", "0-0-0"},
+    // Chess960 castling is the king taking its rook; the rook may give check.
+    {kKingOnB, "b1a1", 0, "b1a1", "o-o-o", "O-O-O", "0-0-0"},
+    {"5k2/8/8/8/8/8/8/1K5R w H - 0 1", "b1h1", 0, "b1h1+", "o-o+", "O-O+", "0-0+"},
     {"4k3/8/8/8/8/8/8/R3K3 w - - 0 1", "a1a8", 0, "a1a8+", "Ra8+", "Raa8+", "R1a8+"},
     // Mate is not marked differently.
     {"6k1/5ppp/8/8/8/8/8/R3K3 w - - 0 1", "a1a8", 0, nullptr, "Ra8+", nullptr, nullptr},
@@ -101,6 +105,7 @@ TEST_F(NotationTest, ParseEverySpelling) {
         {kStartFen, {{"e2e4", "e2e4"}, {"Nf3", "g1f3"}, {"Ngf3", "g1f3"}, {"N1f3", "g1f3"}, {"Nf3+", "g1f3"},
                      {"e4", "e2e4"}, {"E2E4", ""}, {"nf3", ""}, {"e2e5", ""}, {"Ke2", ""}}},
         {kCastles, {{"o-o", "e1g1"}, {"O-O", "e1g1"}, {"0-0", "e1g1"}, {"0-0-0", "e1c1"}}},
+        {kKingOnB, {{"O-O-O", "b1a1"}, {"b1a1", "b1a1"}, {"O-O", "b1h1"}, {"b1h1", "b1h1"}, {"Kc1", "b1c1"}}},
         {"4k3/4P3/8/3p4/4P3/8/8/4K3 w - - 0 1", {{"exd5", "e4d5"}, {"ed", "e4d5"}}},
         // A promotion needs its piece.
         {"3rk3/2P5/8/8/8/8/8/4K3 w - - 0 1", {{"c8=Q", "c7c8q"}, {"c8q", "c7c8q"}, {"c7c8=Q", "c7c8q"},

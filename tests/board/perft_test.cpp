@@ -4,7 +4,9 @@
 #include <string>
 
 #include "board/perft.h"
+#include "core/shell_state.h"
 #include "tests/board/board_fixture.h"
+#include "tests/board/chess960_records.h"
 
 namespace {
 
@@ -37,22 +39,24 @@ const PerftCase kCases[] = {
     {"2r1k3/1P6/8/8/8/8/8/4K3 w - - 0 1", {13, 129, 1436, 18708, 235203}},
 };
 
+// Also with castling written as the king taking its rook, as under UCI_Chess960.
 TEST_F(PerftTest, ShallowTotals) {
-    for (const PerftCase& c : kCases) {
-        set(c.fen);
-        Position before = pos;
-        for (int depth = 1; depth <= 5 && c.nodes[depth - 1]; depth++)
-            EXPECT_EQ(perft(pos, pos.side_to_move, depth), c.nodes[depth - 1]) << c.fen << " depth " << depth;
-        EXPECT_TRUE(same_position(pos, before));
-        EXPECT_EQ(history->history_count, 0);
+    for (bool chess960 : {false, true}) {
+        shell.chess960 = chess960;
+        for (const PerftCase& c : kCases) {
+            set(c.fen);
+            Position before = pos;
+            for (int depth = 1; depth <= 5 && c.nodes[depth - 1]; depth++)
+                EXPECT_EQ(perft(pos, pos.side_to_move, depth), c.nodes[depth - 1]) << c.fen << " depth " << depth;
+            EXPECT_TRUE(same_position(pos, before));
+            EXPECT_EQ(history->history_count, 0);
+        }
     }
+    shell.chess960 = false;
 }
 
-TEST_F(PerftTest, ReportLine) {
-    testing::internal::CaptureStdout();
-    print_perft_result(197281, 0.5);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "visited 197281 nodes in 0.500 seconds, nps= 393774\n");
-}
+// All 960 start positions and positions reached by play, to depth 3 or so;
+// the deeper totals are the slow suite's.
+TEST_F(PerftTest, Chess960Totals) { expect_chess960_totals(60000); }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstring>
 #include <random>
+#include <sstream>
 #include <string>
 
 #include "board/make_move.h"
@@ -36,21 +37,44 @@ TEST_F(PositionTest, KeysFollowTheFixedSequence) {
     EXPECT_EQ(too_alike, 0);
 }
 
-TEST_F(PositionTest, CastlingRightsNeedKingAndRook) {
+// The castling field in KQkq, Shredder (rook files) and X-FEN (K/Q/k/q for
+// the outermost rook, a file letter for an inner one) form: the rights kept,
+// the field written back (which must read back the same), and the message
+// for rights that cannot be.
+TEST_F(PositionTest, CastlingFieldForms) {
     const struct {
         const char* fen;
         int castling;
-        const char* printed;
+        const char* written;
+        bool bad;
     } cases[] = {
-        {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBN1 w KQkq - 0 1", 14, "Illegal EPD record\n"},
-        {"4k3/8/8/8/8/8/8/4K3 w KQkq - 0 1", 0, "Illegal EPD record\n"},
-        {"r3k2r/8/8/8/8/8/8/R3K2R b Kq - 0 1", 1 | 8, ""},
+        {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBN1 w KQkq - 0 1", 14, "Qkq", true},  // no h1 rook
+        {"4k3/8/8/8/8/8/8/4K3 w KQkq - 0 1", 0, "-", true},  // one message for four rights
+        {"r3k2r/8/8/8/8/8/8/R3K2R b Kq - 0 1", 1 | 8, "Kq", false},
+        {"r3k2r/8/8/8/8/8/8/R3K2R w HAha -", 15, "KQkq", false},
+        {"bqnb1rkr/pppppppp/8/8/8/8/PPPPPPPP/BQNB1RKR w HFhf -", 15, "KQkq", false},
+        {"1r2k1r1/pppppppp/8/8/8/8/PPPPPPPP/RR2K2R w HBg -", 7, "KBk", false},   // b1 is inside a1
+        {"4k3/8/8/8/8/8/8/RR2KR1R w KQ -", 3, "KQ", false},                    // K, Q: h1 and a1
+        {"4k3/8/8/8/8/8/8/R3K2R w KQC -", 3, "KQ", true},                      // nothing on c1
+        {"4k3/8/8/8/8/8/8/4K1RR w GH -", 1, "G", true},                        // two rooks, one right
+        {"r3k2r/8/8/8/8/8/4K3/R6R w KQkq -", 12, "kq", true},                  // king off its rank
+        {"4k3/8/8/8/8/8/8/R3K2r w Ah -", 2, "Q", true},                        // h1 rook is Black's
     };
     for (const auto& c : cases) {
         testing::internal::CaptureStdout();
         set(c.fen);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), c.printed) << c.fen;
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), c.bad ? "Illegal EPD record\n" : "") << c.fen;
         EXPECT_EQ(pos.castling, c.castling) << c.fen;
+        const std::string written = captured_fen(pos);
+        std::istringstream fields(written);
+        std::string placement, side, castling;
+        fields >> placement >> side >> castling;
+        EXPECT_EQ(castling, c.written) << c.fen;
+        const Position first = pos;
+        set(written.c_str());
+        EXPECT_EQ(pos.castling, first.castling) << written;
+        for (int right = 0; right < 4; right++)
+            EXPECT_TRUE(!(pos.castling & (1 << right)) || pos.castle_rook[right] == first.castle_rook[right]) << written;
     }
 }
 

@@ -52,6 +52,7 @@ TEST_F(Uci, IdentificationAndOptionsInOrder) {
               "option name SyzygyPath type string default \n"
               "option name SyzygyProbeDepth5 type spin default 1 min 1 max 100\n"
               "option name SyzygyProbeDepth6 type spin default 3 min 1 max 100\n"
+              "option name UCI_Chess960 type check default false\n"
               "uciok\n");
     EXPECT_EQ(exchange("stop"), "");  // "stop" while idle is ignored
 }
@@ -69,6 +70,7 @@ TEST_F(Uci, OptionRepliesAndClamps) {
         {"Communication Overhead value abc", "info string Communication Overhead set to 0\n"},
         {"OwnBook value true", "info string OwnBook set to 1\n"},
         {"OwnBook value TRUE", "info string OwnBook set to 0\n"},
+        {"UCI_Chess960 value true", "info string UCI_Chess960 set to 1\n"},
         {"Log value TRUE", "info string Log set to 0\n"},
         {"SyzygyProbeDepth5 value 0", "info string SyzygyProbeDepth5 set to 1\n"},
         {"SyzygyProbeDepth6 value 500", "info string SyzygyProbeDepth6 set to 100\n"},
@@ -145,6 +147,16 @@ TEST_F(Uci, PositionsAndGoLimits) {
         {"setoption name MultiPV value 3\nposition startpos\ngo depth 4",
          {"info multipv 1 depth 1 ", "info multipv 3 depth 1 ", "info multipv 2 depth 4 ", "info multipv 3 depth 4 "},
          {"multipv 4"}},
+        // Chess960: castling is read and written as the king taking its rook,
+        // also where the king stays put (the only mate of the last one).
+        {"setoption name MultiPV value 1\nsetoption name UCI_Chess960 value true\n"
+         "position fen rk5r/pppppppp/8/8/8/8/PPPPPPPP/RK5R w HAha - 0 1 moves b1a1 b8h8\ngo depth 1",
+         {"info string fen r4rk1/pppppppp/8/8/8/8/PPPPPPPP/2KR3R w - -\n"}, {}},
+        {"position fen 4k3/8/8/8/8/8/8/4K2R w K - 0 1 moves e1h1\ngo depth 1",
+         {"info string fen 4k3/8/8/8/8/8/8/5RK1 b - -\n"}, {}},
+        {"position fen 4rkr1/4p1p1/8/8/8/8/8/6KR w K - 0 1\ngo depth 2", {"bestmove g1h1\n"}, {}},
+        {"setoption name UCI_Chess960 value false\nposition fen 4k3/8/8/8/8/8/8/4K2R w K - 0 1 moves e1h1\ngo depth 1",
+         {"info string illegal move e1h1"}, {}},
     };
     const std::regex answer("(^|\n)bestmove ([a-h][1-8][a-h][1-8]|null)( ponder [a-h][1-8][a-h][1-8])?\n$");
     for (const auto& step : steps) {

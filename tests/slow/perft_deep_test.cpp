@@ -7,6 +7,7 @@
 #include "board/attacks.h"
 #include "board/perft.h"
 #include "board/position.h"
+#include "tests/board/chess960_records.h"
 
 namespace {
 
@@ -47,5 +48,12 @@ TEST_P(DeepPerft, MatchesOracle) {
 
 INSTANTIATE_TEST_SUITE_P(Positions, DeepPerft, ::testing::ValuesIn(kDeepCases),
                          [](const auto& test) { return std::string(test.param.name); });
+
+// Every total the Chess960 records hold.
+TEST(DeepPerft960, MatchesOracle) {
+    init_attack_tables();
+    init_hash_keys_tables();
+    expect_chess960_totals(UINT64_MAX);
+}
 
 }  // namespace
