@@ -153,12 +153,13 @@ int exchange_reply(const Bitboard (&sets)[2][7], int stm, int to, Bitboard occup
     const Bitboard* own = sets[stm];
     const Bitboard occ = occupancy & ~gone;
     int type = 0;
-    Bitboard cand = 0;
+    Bitboard cand = 0, diag = 0, orth = 0;
+    // Each slider ray set is found once and serves the queen as well.
     if ((cand = pawn_attacks[stm ^ 1][to] & own[kPawn] & ~gone)) type = kPawn;
     else if ((cand = knight_attacks[to] & own[kKnight] & ~gone)) type = kKnight;
-    else if ((cand = bishop_attacks(to, occ) & own[kBishop] & ~gone)) type = kBishop;
-    else if ((cand = rook_attacks(to, occ) & own[kRook] & ~gone)) type = kRook;
-    else if ((cand = queen_attacks(to, occ) & own[kQueen] & ~gone)) type = kQueen;
+    else if ((cand = (diag = bishop_attacks(to, occ)) & own[kBishop] & ~gone)) type = kBishop;
+    else if ((cand = (orth = rook_attacks(to, occ)) & own[kRook] & ~gone)) type = kRook;
+    else if ((cand = (diag | orth) & own[kQueen] & ~gone)) type = kQueen;
     else if ((cand = king_attacks[to] & own[kKing] & ~gone)) type = kKing;
     if (!type) return 0;
     if (on_to == kKing) return 9999;
