@@ -48,7 +48,8 @@ constexpr int8_t kEdgePush[64] = {
 
 constexpr int kKnightUnit = 16, kBishopUnit = 256, kRookUnit = 4096, kQueenUnit = 65536;
 
-int count_of(int counts, int unit) { return (counts / unit) & 15; }
+// Counts are never negative: unsigned division is a plain shift.
+int count_of(int counts, int unit) { return int((unsigned(counts) / unsigned(unit)) & 15); }
 
 int from_side_to_move(const Position& pos, int white_score) {
     return pos.side_to_move == 0 ? white_score : -white_score;

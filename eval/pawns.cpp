@@ -1,5 +1,3 @@
-#include <cstring>
-
 #include "board/attacks.h"
 #include "eval/engine_params.h"
 #include "eval/eval_terms.h"
@@ -148,38 +146,36 @@ void evaluate_pawns(EvalInfo& info, PawnHashEntry* table, bool searching, uint64
 namespace {
 
 // Exchange on `to` after a piece of type `on_to` arrived there: `stm` takes
-// with its least valuable attacker or declines. Sliders see through the
-// squares already vacated in `occupancy`.
-int exchange_reply(Bitboard (&sets)[2][7], int stm, int to, Bitboard occupancy, int on_to) {
+// with its least valuable attacker or declines. The pieces already spent are
+// in `gone`: they neither attack again nor block the sliders behind them.
+int exchange_reply(const Bitboard (&sets)[2][7], int stm, int to, Bitboard occupancy, Bitboard gone,
+                   int on_to) {
+    const Bitboard* own = sets[stm];
+    const Bitboard occ = occupancy & ~gone;
     int type = 0;
-    Bitboard cand = 0;
-    if ((cand = pawn_attacks[stm ^ 1][to] & sets[stm][kPawn])) type = kPawn;
-    else if ((cand = knight_attacks[to] & sets[stm][kKnight])) type = kKnight;
-    else if ((cand = bishop_attacks(to, occupancy) & sets[stm][kBishop])) type = kBishop;
-    else if ((cand = rook_attacks(to, occupancy) & sets[stm][kRook])) type = kRook;
-    else if ((cand = queen_attacks(to, occupancy) & sets[stm][kQueen])) type = kQueen;
-    else if ((cand = king_attacks[to] & sets[stm][kKing])) type = kKing;
+    Bitboard cand = 0, diag = 0, orth = 0;
+    // Each slider ray set is found once and serves the queen as well.
+    if ((cand = pawn_attacks[stm ^ 1][to] & own[kPawn] & ~gone)) type = kPawn;
+    else if ((cand = knight_attacks[to] & own[kKnight] & ~gone)) type = kKnight;
+    else if ((cand = (diag = bishop_attacks(to, occ)) & own[kBishop] & ~gone)) type = kBishop;
+    else if ((cand = (orth = rook_attacks(to, occ)) & own[kRook] & ~gone)) type = kRook;
+    else if ((cand = (diag | orth) & own[kQueen] & ~gone)) type = kQueen;
+    else if ((cand = king_attacks[to] & own[kKing] & ~gone)) type = kKing;
     if (!type) return 0;
     if (on_to == kKing) return 9999;
-    const Bitboard from = cand & -cand;
-    sets[stm][type] ^= from;
-    int value = kThreatValue[on_to] - exchange_reply(sets, stm ^ 1, to, occupancy & ~from, type);
-    sets[stm][type] ^= from;
+    const int value = kThreatValue[on_to] -
+                      exchange_reply(sets, stm ^ 1, to, occupancy, gone | (cand & -cand), type);
     return value > 0 ? value : 0;
 }
 
 }  // namespace
 
 int safe_advance(const Position& pos, int side, int from, int to, Bitboard occupancy) {
-    // Played on a copy of the piece sets: the position itself is not touched.
-    Bitboard sets[2][7];
-    std::memcpy(sets, pos.pieces, sizeof sets);
     const int on_to = piece_type(pos.board[to]);
     if (on_to == kKing) return 9999;
     const int mover = piece_type(pos.board[from]);
-    sets[side][mover] &= ~square_bit(from);
     return kThreatValue[on_to] -
-           exchange_reply(sets, side ^ 1, to, occupancy & ~square_bit(from), mover);
+           exchange_reply(pos.pieces, side ^ 1, to, occupancy, square_bit(from), mover);
 }
 
 void evaluate_passers(EvalInfo& info) {
@@ -233,7 +229,7 @@ void evaluate_passers(EvalInfo& info) {
         int value = king_term + base;
         if (blocked_by_enemy) value -= base / 4;
         if (adjacent_files(bit) & rank_mask(sq >> 3) & pawns[s]) value += base / 4;
-        if (pawn_attack_set(s, pawns[s]) & bit) value += base / 8;
+        if (info.pawn_att[s] & bit) value += base / 8;
         const int tempo = pos.side_to_move == s ? 1 : 0;
         const bool edge = (sq & 7) == 0 || (sq & 7) == 7;
         if ((r >= 4 && d_own <= 1 && !edge) || 8 - r - tempo < d_promo) value += base / 4;

@@ -124,10 +124,14 @@ void evaluate_queens(EvalInfo& info, int s) {
     const Bitboard occ = info.occupancy;
     for (const uint8_t* l = pos.piece_list[s][kQueen]; *l != kNoSquare; ++l) {
         const int sq = *l;
-        const Bitboard att = queen_attacks(sq, occ);
+        const Bitboard diag = bishop_attacks(sq, occ), orth = rook_attacks(sq, occ);
+        const Bitboard att = diag | orth;
         // Batteries: what it would reach behind its own bishops and rooks.
-        const Bitboard xray = (bishop_attacks(sq, occ & ~pos.pieces[s][kBishop]) |
-                               rook_attacks(sq, occ & ~pos.pieces[s][kRook])) & ~att;
+        // Only a bishop or rook it already touches can open a line.
+        const Bitboard own_bishops = pos.pieces[s][kBishop], own_rooks = pos.pieces[s][kRook];
+        const Bitboard diag_xray = (diag & own_bishops) ? bishop_attacks(sq, occ & ~own_bishops) : diag;
+        const Bitboard orth_xray = (orth & own_rooks) ? rook_attacks(sq, occ & ~own_rooks) : orth;
+        const Bitboard xray = (diag_xray | orth_xray) & ~att;
         const int mob = popcount(att & info.mobility_area[s]);
         int op = p.pst[kQueen][relative_square(s, sq)].op;
         int en = p.pst[kQueen][relative_square(s, sq)].en;
