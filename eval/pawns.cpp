@@ -160,7 +160,7 @@ int exchange_reply(Bitboard (&sets)[2][7], int stm, int to, Bitboard occupancy, 
     else if ((cand = queen_attacks(to, occupancy) & sets[stm][kQueen])) type = kQueen;
     else if ((cand = king_attacks[to] & sets[stm][kKing])) type = kKing;
     if (!type) return 0;
-    if (on_to == kKing) return 9999;
+    if (on_to == kKing) return kThreatValue[kKing];
     const Bitboard from = cand & -cand;
     sets[stm][type] ^= from;
     int value = kThreatValue[on_to] - exchange_reply(sets, stm ^ 1, to, occupancy & ~from, type);
@@ -175,7 +175,7 @@ int safe_advance(const Position& pos, int side, int from, int to, Bitboard occup
     Bitboard sets[2][7];
     std::memcpy(sets, pos.pieces, sizeof sets);
     const int on_to = piece_type(pos.board[to]);
-    if (on_to == kKing) return 9999;
+    if (on_to == kKing) return kThreatValue[kKing];
     const int mover = piece_type(pos.board[from]);
     sets[side][mover] &= ~square_bit(from);
     return kThreatValue[on_to] -

@@ -22,6 +22,7 @@
 #include "search/time_manager.h"
 #include "search/transposition_table.h"
 #include "core/output.h"
+#include "core/score.h"
 #include "core/shell_state.h"
 #include "tablebase/probe.h"
 
@@ -65,8 +66,10 @@ void root_pv_single(ThreadData& td, Move m) {
 
 void sleep_ms(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
 
-int clamp_low(int a) { return a < -9697 ? -10000 : a; }
-int clamp_high(int b) { return b >= 9697 ? 10000 : b; }
+// A window edge inside the mate range opens fully: a mate score is exact or
+// nothing, and a window that ends among mates only costs re-searches.
+int clamp_low(int a) { return is_mated(a) ? -kInfinite : a; }
+int clamp_high(int b) { return is_mate_win(b) ? kInfinite : b; }
 
 // The search's line can hold moves left over from other lines (a node that
 // returns early keeps what an earlier visit wrote). What is printed or
@@ -85,7 +88,7 @@ void print_root_line(ThreadData& td, int pv_index, int depth) {
 }  // namespace
 
 int aspiration_width(int depth, int prev) {
-    if (depth <= 1) return 10000;
+    if (depth <= 1) return kInfinite;
     if (depth == 2) return 250;
     return std::abs(prev) / 16 + std::max(15, (15 - depth) * 4);
 }
@@ -106,8 +109,8 @@ void publish_result(ThreadData& td) {
     {
         std::lock_guard<std::mutex> lock(result_lock);
         SearchResult& r = search_result;
-        bool replace = (depth > r.depth && r.score <= 9898) || (depth == r.depth && score > r.score) ||
-                       (score >= 9900 && score >= r.score);
+        bool replace = (depth > r.depth && r.score < kMateKept) || (depth == r.depth && score > r.score) ||
+                       (score >= kMateShown && score >= r.score);
         if (replace) {
             if (r.pv[1] != line[1]) last_change_depth = depth;
             r.score = static_cast<int16_t>(score);
@@ -127,7 +130,7 @@ void publish_result(ThreadData& td) {
 }
 
 void print_search_line(int thread_index, int pv_index, int depth, int score, const uint16_t* pv) {
-    if (shell.noise >= 9999 || depth == 0 || !pv || !pv[1]) return;
+    if (shell.noise >= kSilentNoise || depth == 0 || !pv || !pv[1]) return;
     double seconds = elapsed_now();
     bool stopped = stop_signal.load() != 0;
     if (!stopped && seconds < shell.noise) return;
@@ -137,8 +140,8 @@ void print_search_line(int thread_index, int pv_index, int depth, int score, con
     double nodes = double(sum_node_counters(&tb_hits));
 
     int tb = root_tb_result.load(std::memory_order_relaxed);
-    if (tb == 4 && score < 9899) score = 9800;
-    if (tb == 0 && score > -9900) score = -9800;
+    if (tb == 4 && score < kMateKept) score = kTbWin;
+    if (tb == 0 && score > -kMateShown) score = -kTbWin;
     if (tb == 2) score = 0;
 
     bool console = shell.protocol_mode != 2;
@@ -161,10 +164,10 @@ void print_search_line(int thread_index, int pv_index, int depth, int score, con
         if (limits.multipv > 1) std::snprintf(multipv_part, sizeof multipv_part, "multipv %d ", pv_index + 1);
         if (shell.uci_extra) std::snprintf(extra_part, sizeof extra_part, "[%02d%c] ", thread_index, mark);
         char score_text[32];
-        if (score >= 9900)
-            std::snprintf(score_text, sizeof score_text, "mate %d", (10000 - score) / 2);
-        else if (score < -9900)
-            std::snprintf(score_text, sizeof score_text, "mate -%d", (score + 10001) / 2);
+        if (score >= kMateShown)
+            std::snprintf(score_text, sizeof score_text, "mate %d", mate_moves(score));
+        else if (score < -kMateShown)
+            std::snprintf(score_text, sizeof score_text, "mate -%d", mated_moves(score));
         else
             std::snprintf(score_text, sizeof score_text, "cp %d", score);
         const ThreadData* first = thread_table[thread_index == 0 ? 0 : 1];
@@ -195,7 +198,7 @@ void root_search(ThreadData& td, int depth, int pv_index) {
     int width = aspiration_width(depth, prev);
     int alpha, beta;
     aspiration_window(depth, prev, &alpha, &beta);
-    int best = -10000;
+    int best = -kInfinite;
     const bool root_in_check = in_check(pos, side);
     const bool has_material = pos.phase_material[side] > 0 && (pos.piece_counts[side] & 15) > 0;
 
@@ -231,10 +234,10 @@ void root_search(ThreadData& td, int depth, int pv_index) {
                            square_names[move_to(m)], k + 1);
         }
 
-        e->score = static_cast<int16_t>(-11000 - searched);
+        e->score = static_cast<int16_t>(kRootUnsearched - searched);
         int flags = root_in_check ? 0 : classify_move(pos, side, *e);
         root.move_flags = static_cast<int16_t>(flags);
-        int r = (limits.multipv == 1 && depth > 7 && searched >= 6 && best >= prev - 34 && best > -9698 &&
+        int r = (limits.multipv == 1 && depth > 7 && searched >= 6 && best >= prev - 34 && !is_mated(best) &&
                  !root_in_check && has_material && flags == 0)
                     ? 1
                     : 0;
@@ -242,8 +245,8 @@ void root_search(ThreadData& td, int depth, int pv_index) {
 
         make_move(pos, m);
         int score;
-        int fail_high_score = -10000;
-        if (best == -10000 || depth < 3) {
+        int fail_high_score = -kInfinite;
+        if (best == -kInfinite || depth < 3) {
             score = -search(pos, side ^ 1, 2, depth - 1, -beta, -alpha, 1, child_pv);
             for (int guard = 0; (score <= alpha || score >= beta) && !stop_signal.load() && guard < 64; guard++) {
                 width = std::max(width * 2, 25);
@@ -262,12 +265,12 @@ void root_search(ThreadData& td, int depth, int pv_index) {
                     alpha -= width;
                 }
                 alpha = clamp_low(alpha);
-                if (beta > 9696) beta = 10000;
+                beta = clamp_high(beta);
                 score = -search(pos, side ^ 1, 2, depth - 1, -beta, -alpha, 1, child_pv);
             }
         } else {
-            int lo = best < -9697 ? -10000 : best;
-            int hi = best + 1 > 9696 ? 10000 : best + 1;
+            int lo = clamp_low(best);
+            int hi = clamp_high(best + 1);
             score = -search(pos, side ^ 1, 2, depth - r - 1, -hi, -lo, 0, child_pv);
             int step = 1;
             int fails = 0;
@@ -279,7 +282,7 @@ void root_search(ThreadData& td, int depth, int pv_index) {
                 if (fails > 0 && printing) print_root_line(td, -1, depth);
                 fails++;
                 step = std::max(step * 2, 25);
-                hi = std::min(hi + step, 10000);
+                hi = std::min(hi + step, kInfinite);
                 score = -search(pos, side ^ 1, 2, depth - 1, -hi, -lo, 1, child_pv);
             }
         }
@@ -287,10 +290,10 @@ void root_search(ThreadData& td, int depth, int pv_index) {
         td.root_state = 0;
 
         if (stop_signal.load()) {
-            if (first && best > -10000 && fail_high_score > best + 25)
+            if (first && best > -kInfinite && fail_high_score > best + 25)
                 score = fail_high_score;
             else
-                score = -10000;
+                score = -kInfinite;
         }
 
         restore_root_pv(td, saved_pv);
@@ -344,8 +347,8 @@ void iterative_deepening(int thread_index) {
     td.stack[0].move_list = td.move_buffer;
     root.move_list = td.move_buffer;
     root.pv_node = 1;
-    root.alpha = -10000;
-    root.beta = 10000;
+    root.alpha = -kInfinite;
+    root.beta = kInfinite;
     root.tb_result = -1;
     td.eval.searching = true;
 
@@ -373,7 +376,7 @@ void iterative_deepening(int thread_index) {
 
     // 4. No legal move at the root.
     if (game_end_state(pos, root_in_check) != 0) {
-        td.root_score = static_cast<int16_t>(root_in_check ? -9999 : 0);
+        td.root_score = static_cast<int16_t>(root_in_check ? mated_in(1) : 0);
         td.completed_depth = 1;
         td.iteration_depth = 1;
         td.seldepth = 1;
@@ -420,7 +423,7 @@ void iterative_deepening(int thread_index) {
         }
         if (result < 0) result = tb_probe_wdl(pos, 70);
         if (result >= 0) bump(td.tb_hits);
-        int tb_score = result == 4 ? 9799 : (result == 0 ? -9800 : 0);
+        int tb_score = result == 4 ? tb_win_in(0) : (result == 0 ? tb_loss_in(0) : 0);
         root_tb_score[side] = tb_score;
         root_tb_score[side ^ 1] = -tb_score;
         root_tb_result = result;
@@ -428,7 +431,7 @@ void iterative_deepening(int thread_index) {
     root.tb_result = root_tb_result.load();
 
     // 9. The iterations.
-    int best_second = -10000;
+    int best_second = -kInfinite;
     for (int d = 1; d < kMaxIteration; d++) {
         int depth = d;
         bool print_each = false;
@@ -446,7 +449,7 @@ void iterative_deepening(int thread_index) {
         }
         if (depth >= kMaxPly) break;
         td.nodes_at_depth[depth] = 0;
-        td.score_at_depth[depth] = -10000;
+        td.score_at_depth[depth] = -kInfinite;
 
         for (int i = 0; i < limits.multipv && i < root_moves; i++) {
             root_search(td, depth, i);
@@ -463,7 +466,7 @@ void iterative_deepening(int thread_index) {
                 int s1 = list[0].score;
                 pick_best(list + 1);
                 int s2 = list[1].score;
-                if (d == 1) best_second = -10000;
+                if (d == 1) best_second = -kInfinite;
                 best_second = std::max(best_second, s2);
                 if (s1 > best_second + 200 && s1 > root.static_eval + 225 && depth > 11 &&
                     last_change_depth.load() < depth - 5)
@@ -481,7 +484,7 @@ void iterative_deepening(int thread_index) {
                 finished_depth = depth;
             }
             int s = td.score_at_depth[depth].load(std::memory_order_relaxed);
-            if (s >= 9999 - depth || s < depth - 9999) break;
+            if (s >= mate_in(depth + 1) || s < mated_in(depth + 1)) break;
             if (first && depth >= limits.max_depth) break;
         }
     }

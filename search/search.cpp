@@ -16,6 +16,7 @@
 #include "search/thread_data.h"
 #include "search/transposition_table.h"
 #include "core/output.h"
+#include "core/score.h"
 #include "core/shell_state.h"
 #include "tablebase/probe.h"
 
@@ -188,8 +189,8 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
     if (tag_key && key == tag_key) print_tagged_stack(td, pos, ply);
 
     // 3. Mate-distance bounds.
-    alpha = std::max(alpha, ply - 10000);
-    beta = std::min(beta, 9999 - ply);
+    alpha = std::max(alpha, mated_in(ply));
+    beta = std::min(beta, mate_in(ply + 1));
     if (beta <= alpha) return alpha;
 
     // 4. This ply's stack entry.
@@ -236,7 +237,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
         if (r >= 0) {
             bump(td.tb_hits);
             ss.tb_result = r;
-            int score = r == 4 ? 9799 - ply : (r == 0 ? ply - 9800 : 0);
+            int score = r == 4 ? tb_win_in(ply) : (r == 0 ? tb_loss_in(ply) : 0);
             return score <= alpha ? alpha : score;
         }
     }
@@ -255,7 +256,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
 
     // 12. Transposition table.
     bump(td.hash_probes);
-    int tt_depth = -99, tt_score = -10000;
+    int tt_depth = -99, tt_score = -kInfinite;
     bool tt_fail_low = false, tt_fail_high = false;
     if (hash_mode) {
         TTRead t = tt_read(key, side, ply, pos.board);
@@ -266,7 +267,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
             tt_score = t.score;
             bool raised = false;
             if (t.depth >= depth && fifty + depth < 90) {
-                if (!pv_node || (ply > 11 && (tt_score < -8999 || tt_score > 9001))) {
+                if (!pv_node || (ply > 11 && is_decisive(tt_score))) {
                     if (tt_score > alpha && t.bound != BOUND_UPPER) {
                         if (tt_score >= beta) return tt_score;
                         alpha = tt_score;
@@ -285,7 +286,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
                 tt_fail_high = tt_score >= beta && t.bound != BOUND_UPPER;
             }
         } else {
-            tt_score = -10000;
+            tt_score = -kInfinite;
         }
     }
 
@@ -396,7 +397,7 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
     pv[ply] = 0;
     ss.legal_moves = 0;
     ss.stage = STAGE_HASH_MOVE;
-    int best = -10000;
+    int best = -kInfinite;
     Move best_move = 0;
     const uint8_t entry_credit = td.extension_credit;
     const int alpha_in = alpha, beta_in = beta;
@@ -423,7 +424,7 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
             if (cnl < 0) cnl = capture_not_losing(pos, m) ? 1 : 0;
             return cnl == 1;
         };
-        if (lmp_on && best > -9698 && flags == 0 && failed > p.LMP_count * depth && !castling) {
+        if (lmp_on && !is_mated(best) && flags == 0 && failed > p.LMP_count * depth && !castling) {
             bool threat_ok = e->score > 39 || creates_threat(pos, side, *e);
             if (!(threat_ok && not_losing())) continue;
         }
@@ -477,7 +478,7 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
         make_move(pos, m);
 
         int score;
-        if (best == -10000 || d < 2) {
+        if (best == -kInfinite || d < 2) {
             score = -search(pos, side ^ 1, ply + 1, d - 1, -beta, -alpha, pv_node, child_pv);
         } else {
             score = -search(pos, side ^ 1, ply + 1, d - r - 1, -alpha - 1, -alpha, 0, child_pv);
@@ -511,7 +512,7 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
         }
     }
 
-    if (ss.legal_moves == 0) best = in_check_now ? ply - 10000 : draw_value[side];
+    if (ss.legal_moves == 0) best = in_check_now ? mated_in(ply) : draw_value[side];
 
     if (hash_mode && depth >= 0) tt_store(full_key(pos), side, ply, depth, alpha_in, beta_in, best, best_move);
 

@@ -72,7 +72,7 @@ void compute_target() {
     int plies = game->history_count;
     bool console = shell.protocol_mode != 2;
     compute_target_time(limits, side, plies, console);
-    if (shell.noise >= 9999) return;
+    if (shell.noise >= kSilentNoise) return;
     char fen[kFenBufferSize];
     position_to_fen(game->pos, fen);
     if (!console) {

@@ -1,6 +1,7 @@
 #include "search/transposition_table.h"
 
 #include "board/position.h"
+#include "core/score.h"
 
 #include <sys/mman.h>
 
@@ -19,8 +20,6 @@ int16_t tt_generation = 0;
 double hash_fill = 0.0;
 
 namespace {
-
-constexpr int kMateBound = 9696;  // beyond this a score is a mate score
 
 struct EntryWords {
     uint64_t w0;  // key_high, check
@@ -108,24 +107,12 @@ void tt_sample_fill() {
     hash_fill = count * 0.001;
 }
 
-int tt_score_to_table(int score, int ply) {
-    if (score < -kMateBound - 1) return score - ply;
-    if (score > kMateBound) return score + ply;
-    return score;
-}
-
-int tt_score_from_table(int score, int ply) {
-    if (score < -kMateBound - 1) return score + ply;
-    if (score > kMateBound) return score - ply;
-    return score;
-}
-
 uint32_t tt_check_word(uint64_t full_key, uint16_t move, int16_t score) {
     return uint32_t(full_key) ^ (uint32_t(move) << 16) ^ uint32_t(int32_t(score) + 15000);
 }
 
 TTRead tt_read(uint64_t full_key, int side, int ply, const uint8_t* board) {
-    TTRead r{0, -10000, -99, 0, false};
+    TTRead r{0, -kInfinite, -99, 0, false};
     HashEntry* slot = tt_bucket(full_key, side);
     uint32_t key_high = uint32_t(full_key >> 32);
     for (int i = 0; i < 4; i++, slot++) {
@@ -153,7 +140,7 @@ TTRead tt_read(uint64_t full_key, int side, int ply, const uint8_t* board) {
         if (e.depth < -10) return r;
         r.hit = true;
         r.move = e.move;
-        r.score = static_cast<int16_t>(tt_score_from_table(e.score, ply));
+        r.score = static_cast<int16_t>(score_from_tt(e.score, ply));
         r.depth = e.depth;
         r.bound = e.bound;
         return r;
@@ -164,7 +151,7 @@ TTRead tt_read(uint64_t full_key, int side, int ply, const uint8_t* board) {
 void tt_store(uint64_t full_key, int side, int ply, int depth, int alpha, int beta,
               int best_score, uint16_t best_move) {
     uint8_t bound = best_score >= beta ? BOUND_LOWER : (best_score > alpha ? BOUND_EXACT : BOUND_UPPER);
-    int16_t score = static_cast<int16_t>(tt_score_to_table(best_score, ply));
+    int16_t score = static_cast<int16_t>(score_to_tt(best_score, ply));
     HashEntry* bucket = tt_bucket(full_key, side);
     uint32_t key_high = uint32_t(full_key >> 32);
 

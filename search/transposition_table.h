@@ -64,16 +64,12 @@ inline void tt_prefetch(uint64_t full_key, int side) {
 // Samples 1000 entries from the middle of the table into hash_fill.
 void tt_sample_fill();
 
-// Mate scores are kept relative to the node that stored them.
-int tt_score_to_table(int score, int ply);
-int tt_score_from_table(int score, int ply);
-
 uint32_t tt_check_word(uint64_t full_key, uint16_t move, int16_t score);
 
 // Result of looking a position up. depth is -99 on a miss (no slot with the
 // key), -98 on a check-word mismatch, -97 on an implausible move, and the
 // stored depth otherwise (a hit when >= -10). score is already converted to
-// this node's ply; -10000 on a miss.
+// this node's ply; -kInfinite on a miss.
 struct TTRead {
     uint16_t move;
     int16_t score;

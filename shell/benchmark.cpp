@@ -43,7 +43,7 @@ void run_benchmark(int positions, bool summary) {
     if (!game) return;
 
     limits.move_time = 99.0;
-    shell.noise = 9999.0;
+    shell.noise = kSilentNoise;
     if (limits.max_depth > 40) limits.max_depth = 17;
     init_eval_tables();
     send_line("running benchmark");

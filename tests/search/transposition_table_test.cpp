@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "board/position.h"
+#include "core/score.h"
 #include "search/transposition_table.h"
 
 namespace {
@@ -67,10 +68,9 @@ TEST_F(SmallTable, StoredMateScoreReadsBackAtAnotherPly) {
     EXPECT_EQ(r.bound, BOUND_EXACT);
     EXPECT_EQ(r.depth, 6);
     // Losing mates likewise; ordinary scores and the band edges pass unchanged.
-    EXPECT_EQ(tt_score_from_table(tt_score_to_table(-9990, 5), 7), -9988);
-    EXPECT_EQ(tt_score_to_table(9696, 5), 9696);
-    EXPECT_EQ(tt_score_to_table(-9697, 5), -9697);
-    EXPECT_EQ(tt_score_to_table(-9698, 5), -9703);
+    static_assert(score_from_tt(score_to_tt(-9990, 5), 7) == -9988);
+    static_assert(score_to_tt(9696, 5) == 9696 && score_to_tt(-9697, 5) == -9697);
+    static_assert(score_to_tt(-9698, 5) == -9703);
 }
 
 // The benchmark's table is far larger than its trees, so it never replaces
