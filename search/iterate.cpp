@@ -132,7 +132,7 @@ void publish_result(ThreadData& td) {
 void print_search_line(int thread_index, int pv_index, int depth, int score, const uint16_t* pv) {
     if (shell.noise >= kSilentNoise || depth == 0 || !pv || !pv[1]) return;
     double seconds = elapsed_now();
-    bool stopped = stop_signal.load() != 0;
+    bool stopped = stop_signal.load() != STOP_RUN;
     if (!stopped && seconds < shell.noise) return;
 
     std::lock_guard<std::mutex> lock(output_lock);
@@ -144,7 +144,7 @@ void print_search_line(int thread_index, int pv_index, int depth, int score, con
     if (tb == 0 && score > -kMateShown) score = -kTbWin;
     if (tb == 2) score = 0;
 
-    bool console = shell.protocol_mode != 2;
+    bool console = shell.protocol_mode != PROTOCOL_UCI;
     int max_moves = console ? (stopped ? 32 : 8) : 66;
     char moves[kMaxPly * 8 + 256];
     int len = 0;
@@ -208,19 +208,19 @@ void root_search(ThreadData& td, int depth, int pv_index) {
 
     for (int k = pv_index; list[k].move != kMoveListEnd; k++) {
         if (!first && depth < finished_depth.load(std::memory_order_relaxed) && elapsed_now() >= 0.025) {
-            td.root_state = 99;
+            td.root_state = ROOT_ABANDONED;
             return;
         }
         MoveEntry* e = &list[k];
         pick_best(e);
         save_root_pv(td, saved_pv);
         const int saved_score = td.root_score.load(std::memory_order_relaxed);
-        td.root_state = 0;
+        td.root_state = ROOT_NORMAL;
         root.current = e;
         const Move m = e->move;
 
         double now = elapsed_now();
-        if (first && pv_index == 0 && shell.protocol_mode == 2 && now > 3.5 && now > shell.noise) {
+        if (first && pv_index == 0 && shell.protocol_mode == PROTOCOL_UCI && now > 3.5 && now > shell.noise) {
             std::lock_guard<std::mutex> lock(output_lock);
             double nodes = double(sum_node_counters(nullptr));
             if (k == pv_index) {
@@ -251,14 +251,14 @@ void root_search(ThreadData& td, int depth, int pv_index) {
             for (int guard = 0; (score <= alpha || score >= beta) && !stop_signal.load() && guard < 64; guard++) {
                 width = std::max(width * 2, 25);
                 if (score >= beta) {
-                    td.root_state = 2;
+                    td.root_state = ROOT_FAIL_HIGH;
                     td.root_score = static_cast<int16_t>(score);
                     fail_high_score = score;
                     root_pv_single(td, m);
                     if (printing) print_root_line(td, -1, depth);
                     beta += width;
                 } else {
-                    td.root_state = 1;
+                    td.root_state = ROOT_FAIL_LOW;
                     td.root_score = static_cast<int16_t>(score);
                     root_pv_single(td, m);
                     if (printing) print_root_line(td, -1, depth);
@@ -275,7 +275,7 @@ void root_search(ThreadData& td, int depth, int pv_index) {
             int step = 1;
             int fails = 0;
             while (score >= hi && !stop_signal.load() && fails < 64) {
-                td.root_state = 2;
+                td.root_state = ROOT_FAIL_HIGH;
                 root_pv_single(td, m);
                 td.root_score = static_cast<int16_t>(score);
                 fail_high_score = std::max(fail_high_score, score);
@@ -287,7 +287,7 @@ void root_search(ThreadData& td, int depth, int pv_index) {
             }
         }
         unmake_move(pos);
-        td.root_state = 0;
+        td.root_state = ROOT_NORMAL;
 
         if (stop_signal.load()) {
             if (first && best > -kInfinite && fail_high_score > best + 25)
@@ -381,7 +381,7 @@ void iterative_deepening(int thread_index) {
         td.iteration_depth = 1;
         td.seldepth = 1;
         if (first) publish_result(td);
-        stop_signal = 3;
+        stop_signal = STOP_NO_LEGAL_MOVE;
         td.eval.searching = false;
         return;
     }
@@ -474,11 +474,11 @@ void iterative_deepening(int thread_index) {
             }
             easy_move = easy;
         }
-        if (first && limits.multipv > 1 && shell.protocol_mode != 2) send_line("");
+        if (first && limits.multipv > 1 && shell.protocol_mode != PROTOCOL_UCI) send_line("");
 
         if (stop_signal.load()) break;
 
-        if (td.root_state.load() != 99) {
+        if (td.root_state.load() != ROOT_ABANDONED) {
             if (first) {
                 finished_time = elapsed_now();
                 finished_depth = depth;
@@ -498,8 +498,8 @@ void iterative_deepening(int thread_index) {
         }
     }
     if (first) {
-        uint8_t expected = 0;
-        stop_signal.compare_exchange_strong(expected, 1);
+        uint8_t expected = STOP_RUN;
+        stop_signal.compare_exchange_strong(expected, STOP_REPORT);
     }
     td.eval.searching = false;
 }

@@ -179,7 +179,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
     // 1. Node count and node limit.
     bump(td.nodes);
     if (td.nodes.load(std::memory_order_relaxed) > td.node_limit && td.completed_depth > 1) {
-        stop_signal = 1;
+        stop_signal = STOP_REPORT;
         return 0;
     }
     if (ply > td.seldepth) td.seldepth = static_cast<uint8_t>(ply);

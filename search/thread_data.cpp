@@ -14,7 +14,7 @@ int allocate_thread_data(int index) {
     td->thread_index = static_cast<uint8_t>(index);
     td->perturb_seed = uint32_t(index) * 123;
     td->pos.owner = td;
-    td->state.store(0);
+    td->state.store(WORKER_IDLE);
     td->ply = 1;
     td->stack[0].move_list = td->move_buffer;
     td->stack[1].move_list = td->move_buffer;

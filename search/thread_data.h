@@ -31,6 +31,14 @@ enum : uint8_t {
     STAGE_DONE = 8,
 };
 
+// The state byte a worker polls. count_searching() adds these up, so idle
+// must stay 0 and only a searching or exiting worker counts.
+enum : uint8_t { WORKER_IDLE = 0, WORKER_SEARCH = 1, WORKER_EXIT = 99 };
+
+// What the root search is doing with its current move, for the time
+// manager: failing low or high asks for more time.
+enum : uint8_t { ROOT_NORMAL = 0, ROOT_FAIL_LOW = 1, ROOT_FAIL_HIGH = 2, ROOT_ABANDONED = 99 };
+
 // Move classification bits (move_flags).
 enum : uint8_t {
     FLAG_CAPTURE = 1,
@@ -72,7 +80,7 @@ inline constexpr int kMoveBufferSize = (kMaxPly + 1) * kMaxMoves;
 
 struct ThreadData : BoardHistory {
     uint8_t thread_index;
-    std::atomic<uint8_t> state;  // 0 idle, 1 searching, 99 exit requested
+    std::atomic<uint8_t> state;  // WORKER_IDLE, WORKER_SEARCH, WORKER_EXIT
     uint32_t perturb_seed;
 
     Position pos;
@@ -89,7 +97,7 @@ struct ThreadData : BoardHistory {
     uint8_t completed_depth;
     uint8_t seldepth;
     std::atomic<int16_t> root_score;
-    std::atomic<uint8_t> root_state;  // 0 normal, 1 failing low, 2 failing high, 99 abandoned
+    std::atomic<uint8_t> root_state;  // ROOT_NORMAL .. ROOT_ABANDONED
     std::atomic<uint16_t> root_pv[kMaxPly];  // index 1 = root move, zero-terminated
     uint64_t nodes_at_depth[kMaxPly];
     std::atomic<int16_t> score_at_depth[kMaxPly];

@@ -70,7 +70,7 @@ void compute_target() {
     if (!game) return;
     int side = game->pos.side_to_move & 1;
     int plies = game->history_count;
-    bool console = shell.protocol_mode != 2;
+    bool console = shell.protocol_mode != PROTOCOL_UCI;
     compute_target_time(limits, side, plies, console);
     if (shell.noise >= kSilentNoise) return;
     char fen[kFenBufferSize];
@@ -88,13 +88,13 @@ void compute_target() {
 namespace {
 
 void stop_search_now(int published_depth) {
-    if (published_depth > 1) stop_signal = shell.search_mode == 1 ? 1 : 2;
+    if (published_depth > 1) stop_signal = shell.search_mode == SEARCH_REPORT ? STOP_REPORT : STOP_ABANDON;
 }
 
 }  // namespace
 
 void check_time_at(double seconds) {
-    if (stop_signal.load() || shell.search_mode == 2) return;
+    if (stop_signal.load() != STOP_RUN || shell.search_mode == SEARCH_PONDER) return;
     int pub_depth, pub_score;
     uint16_t pub_move;
     {
@@ -131,9 +131,9 @@ void check_time_at(double seconds) {
         int score = td->root_score.load(std::memory_order_relaxed);
         int state = td->root_state.load(std::memory_order_relaxed);
         if (move == pub_move) {
-            if (score < pub_score && state == 1) x = 20;
+            if (score < pub_score && state == ROOT_FAIL_LOW) x = 20;
         } else if (score > pub_score) {
-            if (state == 2) x = std::max(x, 2);
+            if (state == ROOT_FAIL_HIGH) x = std::max(x, 2);
             if (score > pub_score + 20) x = std::max(x, 12);
         }
     }
@@ -154,7 +154,7 @@ void check_time_at(double seconds) {
 
     if (seconds < limit) {
         int easy = easy_move.load(std::memory_order_relaxed);
-        if (easy == 1 || (easy == 2 && seconds >= 0.5 * limits.target_time)) stop_signal = 1;
+        if (easy == 1 || (easy == 2 && seconds >= 0.5 * limits.target_time)) stop_signal = STOP_REPORT;
         if (limits.time_mode != 1 && remaining < 5 * limits.overhead) stop_search_now(pub_depth);
         return;
     }

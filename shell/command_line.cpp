@@ -18,9 +18,9 @@ void parse_command_line(int argc, const char* const* argv, CommandLine& line) {
         auto is = [word](const char* name) { return std::strcmp(word, name) == 0; };
 
         if (is("-uci")) {
-            line.protocol_mode = 2;
+            line.protocol_mode = PROTOCOL_UCI;
         } else if (is("-c")) {
-            line.protocol_mode = 0;
+            line.protocol_mode = PROTOCOL_CONSOLE;
         } else if (is("-nolog")) {
             line.log_enabled = 0;
         } else if (is("-quiet")) {

@@ -28,15 +28,15 @@ struct PrintLine : ::testing::Test {
         read_clock(1);
         prepare_search();
         shell.noise = 0.0;
-        stop_signal = 1;
+        stop_signal = STOP_REPORT;
     }
     void TearDown() override {
         shell.noise = 9999.0;
-        shell.protocol_mode = 2;
+        shell.protocol_mode = PROTOCOL_UCI;
         shell.uci_extra = 0;
         limits.multipv = 1;
         root_tb_result = -1;
-        stop_signal = 0;
+        stop_signal = STOP_RUN;
     }
     uint16_t pv[kMaxPly] = {};
 };
@@ -71,7 +71,7 @@ TEST_F(PrintLine, NothingForAnEmptyLineDepthZeroOrSilence) {
     EXPECT_EQ(printed(1, 0, 5, 0, pv), "");
     // Before the noise time has passed a running search stays quiet.
     shell.noise = 1000.0;
-    stop_signal = 0;
+    stop_signal = STOP_RUN;
     EXPECT_EQ(printed(1, 0, 5, 0, pv), "");
 }
 
@@ -87,7 +87,7 @@ TEST_F(PrintLine, TablebaseRootForcesTheScore) {
 }
 
 TEST_F(PrintLine, ConsoleFormWrapsLongLines) {
-    shell.protocol_mode = 0;
+    shell.protocol_mode = PROTOCOL_CONSOLE;
     knight_dance(pv, 20);
     std::string out = printed(1, 0, 9, -42, pv);
     EXPECT_EQ(out.rfind("01] 09. ", 0), 0u) << out;
@@ -96,7 +96,7 @@ TEST_F(PrintLine, ConsoleFormWrapsLongLines) {
         << out;
     // Stopped: up to 32 moves; running: only 8.
     EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 3);
-    stop_signal = 0;
+    stop_signal = STOP_RUN;
     shell.noise = 0.0;
     out = printed(1, 0, 9, -42, pv);
     EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;

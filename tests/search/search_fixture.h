@@ -45,8 +45,8 @@ inline void engine_up(int worker_count) {
         ASSERT_EQ(start_threads(worker_count), 0);
     }
     shell.noise = 9999.0;
-    shell.protocol_mode = 2;
-    shell.start_request = 1;
+    shell.protocol_mode = PROTOCOL_UCI;
+    shell.start_request = SEARCH_REPORT;
     limits = SearchLimits{};
     limits.time_mode = 1;
     limits.move_time = 1000.0;
@@ -81,7 +81,7 @@ inline const SearchResult& search_to_depth(const char* fen, int depth, bool clea
     start_workers();
     while (count_searching()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     sum_counters();
-    shell.search_mode = 0;
+    shell.search_mode = SEARCH_NONE;
     return search_result;
 }
 

@@ -75,11 +75,11 @@ void fake_running_search(int depth, int score, int prev_score, int changed_depth
     w.score_at_depth[depth] = static_cast<int16_t>(prev_score);
     w.root_pv[1] = 0x0C1C;
     w.root_score = static_cast<int16_t>(score);
-    w.root_state = 0;
+    w.root_state = ROOT_NORMAL;
     last_change_depth = changed_depth;
     easy_move = 0;
-    stop_signal = 0;
-    shell.search_mode = 1;
+    stop_signal = STOP_RUN;
+    shell.search_mode = SEARCH_REPORT;
 }
 
 }  // namespace
@@ -124,7 +124,7 @@ TEST(TimeCheck, StopRules) {
         check_time_at(c.at);
         EXPECT_EQ(stop_signal.load(), c.stop) << c.why << " at " << c.at;
     }
-    stop_signal = 0;
+    stop_signal = STOP_RUN;
     easy_move = 0;
-    shell.search_mode = 0;
+    shell.search_mode = SEARCH_NONE;
 }
