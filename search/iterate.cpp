@@ -344,8 +344,7 @@ void iterative_deepening(int thread_index) {
     td.ply = 1;
     td.root_pv[1] = 0;
     SearchStackEntry& root = td.stack[1];
-    td.stack[0].move_list = td.move_buffer;
-    root.move_list = td.move_buffer;
+    reset_move_lists(td);
     root.pv_node = 1;
     root.alpha = -kInfinite;
     root.beta = kInfinite;
@@ -392,9 +391,8 @@ void iterative_deepening(int thread_index) {
     MoveEntry* out = list;
     for (MoveEntry* e = list; e != end; e++)
         if (is_legal(pos, side, e->move)) *out++ = *e;
-    out->move = kMoveListEnd;
+    end_move_list(td, 1, out);
     const int root_moves = int(out - list);
-    td.stack[2].move_list = out + 1;
     score_moves(td, pos, list);
 
     if (!first) {

@@ -73,8 +73,7 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
     MoveEntry* promo_end = gen_promotions(pos, side, end);
     for (MoveEntry* q = end; q != promo_end; q++)
         if (q->move & kPromoteQueen) *end++ = *q;
-    end->move = kMoveListEnd;
-    td.stack[ply + 1].move_list = end + 1;
+    end_move_list(td, ply, end);
 
     Move last = td.last_move;
     int last_to = last ? move_to(last) : -1;
@@ -148,8 +147,7 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
     // Quiet checks at the first quiescence ply.
     MoveEntry* checks = end;
     MoveEntry* checks_end = gen_quiet_checks(pos, side, checks);
-    checks_end->move = kMoveListEnd;
-    td.stack[ply + 1].move_list = checks_end + 1;
+    end_move_list(td, ply, checks_end);
     for (MoveEntry* q = checks; q != checks_end; q++) {
         if (try_move(q, &cut)) return cut;
         if (stop_signal.load(std::memory_order_relaxed)) return 0;

@@ -204,7 +204,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
     ss.stage = STAGE_HASH_MOVE;
     ss.tb_result = -1;
     ss.current = nullptr;
-    td.stack[ply + 1].move_list = ss.move_list;
+    no_move_list(td, ply);
     td.stack[ply + 2].killer1 = td.stack[ply + 2].killer2 = 0;
     pv[ply] = 0;
     pv[ply + 1] = 0;
@@ -259,7 +259,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
     int tt_depth = -99, tt_score = -kInfinite;
     bool tt_fail_low = false, tt_fail_high = false;
     if (hash_mode) {
-        TTRead t = tt_read(key, side, ply, pos.board);
+        TTRead t = tt_read(key, side, ply, pos);
         tt_depth = t.depth;
         if (t.hit) {
             bump(td.hash_hits);
@@ -324,8 +324,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
             MoveEntry* end = gen_pawn_captures(pos, side, list);
             end = gen_piece_captures(pos, side, end);
             end = gen_promotions(pos, side, end);
-            end->move = kMoveListEnd;
-            td.stack[ply + 1].move_list = end + 1;
+            end_move_list(td, ply, end);
             score_moves(td, pos, list);
             int threshold = beta + 125;
             uint16_t child_pv[kMaxPly];
@@ -342,7 +341,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
                 if (score >= threshold) return beta;
             }
             ss.current = nullptr;
-            td.stack[ply + 1].move_list = ss.move_list;
+            no_move_list(td, ply);
         }
     }
 

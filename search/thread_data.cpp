@@ -16,8 +16,7 @@ int allocate_thread_data(int index) {
     td->pos.owner = td;
     td->state.store(WORKER_IDLE);
     td->ply = 1;
-    td->stack[0].move_list = td->move_buffer;
-    td->stack[1].move_list = td->move_buffer;
+    reset_move_lists(*td);
     td->eval.trace_thread = index == 1;
     thread_table[index] = td;
     return 0;

@@ -10,6 +10,7 @@
 // only by the owning thread.
 
 #include <atomic>
+#include <cassert>
 #include <cstdint>
 
 #include "board/position.h"
@@ -20,14 +21,15 @@
 
 inline constexpr int kMaxThreads = 64;
 
-// Move-selection stages of the staged picker.
+// The stages of the move picker (search/move_picker.h), kept in the stack
+// entry between calls. The gaps in the numbering are stages no node uses.
 enum : uint8_t {
-    STAGE_HASH_MOVE = 0,
-    STAGE_GEN_CAPTURES = 1,
-    STAGE_GOOD_CAPTURES = 3,
-    STAGE_GEN_QUIETS = 4,
-    STAGE_SORTED_QUIETS = 6,
-    STAGE_REST = 7,
+    STAGE_HASH_MOVE = 0,       // the table's (or internal deepening's) move alone
+    STAGE_GEN_CAPTURES = 1,    // generate and score captures and promotions
+    STAGE_GOOD_CAPTURES = 3,   // best first, while they pass the exchange test
+    STAGE_GEN_QUIETS = 4,      // append and score the quiet moves
+    STAGE_QUIETS_AND_LOSING_CAPTURES = 6,  // best first over all that is left
+    STAGE_REMAINING = 7,       // the rest in list order, unsorted
     STAGE_DONE = 8,
 };
 
@@ -69,7 +71,7 @@ struct SearchStackEntry {
     uint16_t killer1, killer2;
     uint16_t killer_evasion;
     uint8_t stage;
-    MoveEntry* move_list;   // start of this ply's list in the move buffer
+    MoveEntry* move_list;   // start of this ply's list in the move buffer (see end_move_list)
     MoveEntry* list_end;    // the end mark of the list as generated so far
     MoveEntry* next;        // next list entry the picker looks at
     MoveEntry* current;     // entry being searched (null for a null move)
@@ -113,6 +115,31 @@ struct ThreadData : BoardHistory {
 
     EvalThreadState eval;
 };
+
+// Move storage. The lists of one line of the search lie back to back in the
+// thread's move buffer, each ply's list starting right behind its parent's
+// end mark, so nothing is allocated per node. These three functions are the
+// only ones that hand out that room.
+
+// The root's list starts at the beginning of the buffer.
+inline void reset_move_lists(ThreadData& td) {
+    td.stack[0].move_list = td.move_buffer;
+    td.stack[1].move_list = td.move_buffer;
+}
+
+// The list of `ply` ends at `end`: writes the end mark there, and the next
+// ply's list starts behind it. A list may grow again from its end mark
+// (quiet moves after the captures) and is then ended anew.
+inline void end_move_list(ThreadData& td, int ply, MoveEntry* end) {
+    assert(end + 1 + kMaxMoves <= td.move_buffer + kMoveBufferSize);
+    end->move = kMoveListEnd;
+    td.stack[ply].list_end = end;
+    td.stack[ply + 1].move_list = end + 1;
+}
+
+// `ply` holds no list now (a new node, or one whose ProbCut list is done
+// with): a child searched from here may use the room from this ply's start.
+inline void no_move_list(ThreadData& td, int ply) { td.stack[ply + 1].move_list = td.stack[ply].move_list; }
 
 // Counters are written only by their own thread; a relaxed load and store
 // is enough and costs what a plain increment costs.

@@ -1,5 +1,6 @@
 #include "search/transposition_table.h"
 
+#include "board/legal_line.h"
 #include "board/position.h"
 #include "core/score.h"
 
@@ -111,7 +112,7 @@ uint32_t tt_check_word(uint64_t full_key, uint16_t move, int16_t score) {
     return uint32_t(full_key) ^ (uint32_t(move) << 16) ^ uint32_t(int32_t(score) + 15000);
 }
 
-TTRead tt_read(uint64_t full_key, int side, int ply, const uint8_t* board) {
+TTRead tt_read(uint64_t full_key, int side, int ply, const Position& pos) {
     TTRead r{0, -kInfinite, -99, 0, false};
     HashEntry* slot = tt_bucket(full_key, side);
     uint32_t key_high = uint32_t(full_key >> 32);
@@ -129,13 +130,12 @@ TTRead tt_read(uint64_t full_key, int side, int ply, const uint8_t* board) {
             r.depth = -98;
             return r;
         }
-        if (e.move) {
-            int from = (e.move >> 8) & 63, to = e.move & 63;
-            uint8_t pf = board[from], pt = board[to];
-            if (pf == 0 || (pf >> 3) != side || (pt != 0 && (pt >> 3) == side)) {
-                r.depth = -97;
-                return r;
-            }
+        // The move must be one this position's generator could produce: a
+        // stale entry of another position that shares the key is a miss, and
+        // make_move never sees a move it cannot play.
+        if (e.move && !is_pseudo_legal(pos, e.move)) {
+            r.depth = -97;
+            return r;
         }
         if (e.depth < -10) return r;
         r.hit = true;

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+struct Position;
+
 struct HashEntry {
     uint32_t key_high;   // high half of the position's full key
     uint32_t check;      // low key half ^ (move << 16) ^ (score + 15000)
@@ -67,7 +69,8 @@ void tt_sample_fill();
 uint32_t tt_check_word(uint64_t full_key, uint16_t move, int16_t score);
 
 // Result of looking a position up. depth is -99 on a miss (no slot with the
-// key), -98 on a check-word mismatch, -97 on an implausible move, and the
+// key), -98 on a check-word mismatch, -97 on a move that is not pseudo-legal
+// in the probing position, and the
 // stored depth otherwise (a hit when >= -10). score is already converted to
 // this node's ply; -kInfinite on a miss.
 struct TTRead {
@@ -79,8 +82,8 @@ struct TTRead {
 };
 
 // Looks the key up; refreshes the generation of a slot whose key matches.
-// board is the mailbox of the probing position (plausibility of the move).
-TTRead tt_read(uint64_t full_key, int side, int ply, const uint8_t* board);
+// pos is the probing position, whose side to move is `side`.
+TTRead tt_read(uint64_t full_key, int side, int ply, const Position& pos);
 
 // Stores a node's result; alpha and beta as the node received them.
 void tt_store(uint64_t full_key, int side, int ply, int depth, int alpha, int beta,

@@ -166,7 +166,7 @@ void print_principal_variation() {
     std::string line;
     int played = 0;
     while (played < kMaxPly && game_history_has_room()) {
-        TTRead entry = tt_read(full_key(pos), pos.side_to_move, 1, pos.board);
+        TTRead entry = tt_read(full_key(pos), pos.side_to_move, 1, pos);
         if (!entry.hit || !is_legal_move(pos, entry.move)) break;
         char coordinate[kMoveTextSize], san[kMoveTextSize], with_file[kMoveTextSize],
             with_rank[kMoveTextSize];

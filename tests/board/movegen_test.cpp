@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "board/attacks.h"
+#include "board/legal_line.h"
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "tests/board/board_fixture.h"
@@ -72,6 +73,26 @@ TEST_F(MovegenTest, CastlingGeneration) {
     set("r3k2r/8/8/8/8/8/8/R4K1R w - - 0 1");
     pos.castling = 15;
     for (const std::string& m : all_moves(pos)) EXPECT_TRUE(m != "f1h1" && m != "f1d1") << m;
+}
+
+// The table's move check accepts exactly the generated moves, whatever
+// 16-bit word it is handed: castling, en passant, double steps, blocked
+// sliders, and a promotion to a type whose list is full.
+TEST_F(MovegenTest, PseudoLegalIsExactlyWhatTheGeneratorProduces) {
+    for (const char* fen : {kKiwipeteFen, "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R b KQkq -",
+                            "4k3/8/8/3pP3/8/8/8/4K3 w - d6", "r3k2r/8/8/8/8/8/5r2/RN2K2R w KQkq -",
+                            "n1n5/PPPk4/8/8/8/8/4Kppp/5N1N b - -", "QQQQQQ2/QQ4PQ/8/8/8/8/8/k6K w - -"}) {
+        set(fen);
+        MoveEntry list[kMaxMoves];
+        const MoveEntry* end = generate_all(pos, list);
+        std::vector<bool> generated(65536);
+        for (const MoveEntry* e = list; e != end; e++) generated[e->move] = true;
+        int wrong = 0;
+        for (int word = 0; word < 65536; word++)
+            if (is_pseudo_legal(pos, Move(word)) != generated[word] && ++wrong < 5)
+                ADD_FAILURE() << fen << ": " << coordinates(Move(word)) << " " << word;
+        EXPECT_EQ(wrong, 0) << fen;
+    }
 }
 
 // Slider attacks and the squares between are checked by the perft totals;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "board/attacks.h"
 #include "board/position.h"
 #include "core/score.h"
 #include "search/transposition_table.h"
@@ -14,13 +15,17 @@ struct SmallTable : ::testing::Test {
         hash_size_mb = 1;
         ASSERT_EQ(tt_allocate(), 0);
         tt_generation = 1;
-        for (int i = 0; i < 65; i++) board[i] = 0;
+        init_attack_tables();
+        init_hash_keys_tables();
+        pos.owner = &history;
+        parse_fen(pos, "8/8/8/8/8/8/8/8 w - -");
     }
     void TearDown() override {
         hash_size_mb = 16;
         ASSERT_EQ(tt_allocate(), 0);
     }
-    uint8_t board[65];
+    BoardHistory history;
+    Position pos;
 };
 
 }  // namespace
@@ -62,7 +67,7 @@ TEST_F(SmallTable, StoredMateScoreReadsBackAtAnotherPly) {
     uint64_t key = key_in_bucket(77);
     tt_store(key, 0, 5, 6, -10000, 10000, 9990, 0);
     EXPECT_EQ(tt_load(tt_bucket(key, 0)).score, 9995);
-    TTRead r = tt_read(key, 0, 7, board);
+    TTRead r = tt_read(key, 0, 7, pos);
     ASSERT_TRUE(r.hit);
     EXPECT_EQ(r.score, 9988);
     EXPECT_EQ(r.bound, BOUND_EXACT);
@@ -82,12 +87,12 @@ TEST_F(SmallTable, AFullBucketKeepsDeepEntriesOfThisSearch) {
     for (uint32_t k = 1; k <= 4; k++) tt_store(key_in_bucket(100 + k), 0, 1, 10, 0, 50, 5, 0);
     uint64_t newcomer = key_in_bucket(200);
     tt_store(newcomer, 0, 1, 2, 0, 50, 5, 0);
-    EXPECT_FALSE(tt_read(newcomer, 0, 1, board).hit);
+    EXPECT_FALSE(tt_read(newcomer, 0, 1, pos).hit);
     // ... while a depth-3 result replaces the oldest, shallowest slot.
     tt_store(newcomer, 0, 1, 3, 0, 50, 5, 0);
-    EXPECT_TRUE(tt_read(newcomer, 0, 1, board).hit);
-    EXPECT_FALSE(tt_read(key_in_bucket(101), 0, 1, board).hit);
-    EXPECT_TRUE(tt_read(key_in_bucket(102), 0, 1, board).hit);
+    EXPECT_TRUE(tt_read(newcomer, 0, 1, pos).hit);
+    EXPECT_FALSE(tt_read(key_in_bucket(101), 0, 1, pos).hit);
+    EXPECT_TRUE(tt_read(key_in_bucket(102), 0, 1, pos).hit);
 }
 
 TEST_F(SmallTable, OlderGenerationsLoseFirst) {
@@ -97,27 +102,27 @@ TEST_F(SmallTable, OlderGenerationsLoseFirst) {
     tt_store(key_in_bucket(4), 0, 1, 20, 0, 50, 5, 0);  // deep but old
     tt_generation = 3;
     tt_store(key_in_bucket(5), 0, 1, 14, 0, 50, 5, 0);
-    EXPECT_FALSE(tt_read(key_in_bucket(4), 0, 1, board).hit);
-    EXPECT_TRUE(tt_read(key_in_bucket(5), 0, 1, board).hit);
+    EXPECT_FALSE(tt_read(key_in_bucket(4), 0, 1, pos).hit);
+    EXPECT_TRUE(tt_read(key_in_bucket(5), 0, 1, pos).hit);
 }
 
-TEST_F(SmallTable, ImplausibleMoveIsAMissButRefreshesTheAge) {
+TEST_F(SmallTable, MoveThePositionCannotPlayIsAMissButRefreshesTheAge) {
     uint64_t key = key_in_bucket(55);
-    Move move = Move((12 << 8) | 28);  // e2e4
+    Move move = encode_move(12, 28);  // e2e4
     tt_generation = 3;
     tt_store(key, 0, 1, 5, 0, 50, 20, move);
     tt_generation = 8;
-    TTRead r = tt_read(key, 0, 1, board);  // e2 is empty on this board
+    TTRead r = tt_read(key, 0, 1, pos);  // e2 is empty on this board
     EXPECT_FALSE(r.hit);
     EXPECT_EQ(r.depth, -97);
     EXPECT_EQ(tt_load(tt_bucket(key, 0)).generation, 8);
 
-    board[12] = 1;  // a white pawn on e2 makes the move plausible for white ...
-    r = tt_read(key, 0, 1, board);
+    parse_fen(pos, "4k3/8/8/8/8/8/4P3/4K3 w - -");
+    r = tt_read(key, 0, 1, pos);
     EXPECT_TRUE(r.hit);
     EXPECT_EQ(r.move, move);
-    board[28] = 2;  // ... but not when e4 holds a white piece
-    EXPECT_FALSE(tt_read(key, 0, 1, board).hit);
+    parse_fen(pos, "4k3/8/8/8/8/4n3/4P3/4K3 w - -");  // the path is blocked
+    EXPECT_FALSE(tt_read(key, 0, 1, pos).hit);
 }
 
 TEST_F(SmallTable, TornEntryFailsTheCheckWord) {
@@ -125,7 +130,7 @@ TEST_F(SmallTable, TornEntryFailsTheCheckWord) {
     tt_store(key, 0, 1, 5, 0, 50, 20, 0);
     HashEntry* e = tt_bucket(key, 0);
     e->score = 21;  // as if another thread's write landed half-way
-    TTRead r = tt_read(key, 0, 1, board);
+    TTRead r = tt_read(key, 0, 1, pos);
     EXPECT_FALSE(r.hit);
     EXPECT_EQ(r.depth, -98);
 }
