@@ -1,6 +1,7 @@
 #include "search/iterate.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -42,13 +43,12 @@ constexpr int kMaxIteration = 69;  // iterations stop below this depth
 
 inline bool is_first_worker(int thread_index) { return thread_index <= 1; }
 
-void set_root_pv(ThreadData& td, const uint16_t* line, int first_index) {
-    int i = 1;
-    for (int k = first_index; k < kMaxPly && i < kMaxPly; k++, i++) {
-        td.root_pv[i].store(line[k], std::memory_order_relaxed);
-        if (!line[k]) return;
-    }
-    if (i < kMaxPly) td.root_pv[i].store(0, std::memory_order_relaxed);
+// The root's line: its move at index 1, then the child's line, 0 behind it.
+void set_root_pv(ThreadData& td, Move move, const PrincipalVariation& child) {
+    const int n = std::min(child.length, kMaxPly - 3);
+    td.root_pv[1].store(move, std::memory_order_relaxed);
+    for (int i = 0; i < n; i++) td.root_pv[2 + i].store(child.moves[i], std::memory_order_relaxed);
+    td.root_pv[2 + n].store(0, std::memory_order_relaxed);
 }
 
 void save_root_pv(const ThreadData& td, uint16_t* out) {
@@ -71,17 +71,16 @@ void sleep_ms(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms
 int clamp_low(int a) { return is_mated(a) ? -kInfinite : a; }
 int clamp_high(int b) { return is_mate_win(b) ? kInfinite : b; }
 
-// The search's line can hold moves left over from other lines (a node that
-// returns early keeps what an earlier visit wrote). What is printed or
-// published ends before the first move that cannot be played from the root.
-void cut_to_legal(const ThreadData& td, uint16_t* line) {
-    line[1 + legal_line_length(td.root_position, line + 1, kMaxPly - 2)] = 0;
+// Moves in a zero-terminated line from index 1.
+[[maybe_unused]] int line_length(const uint16_t* line) {
+    int n = 0;
+    while (n + 1 < kMaxPly && line[n + 1]) n++;
+    return n;
 }
 
 void print_root_line(ThreadData& td, int pv_index, int depth) {
     uint16_t line[kMaxPly];
     save_root_pv(td, line);
-    cut_to_legal(td, line);
     print_search_line(td.thread_index, pv_index, depth, td.root_score.load(std::memory_order_relaxed), line);
 }
 
@@ -105,7 +104,9 @@ void publish_result(ThreadData& td) {
     int score = td.root_score.load(std::memory_order_relaxed);
     uint16_t line[kMaxPly];
     save_root_pv(td, line);
-    cut_to_legal(td, line);
+    // Called between root moves, so the block's position is the root: the
+    // line built node by node can be played from it.
+    assert(legal_line_length(td.pos, line + 1, kMaxPly - 2) == line_length(line));
     {
         std::lock_guard<std::mutex> lock(result_lock);
         SearchResult& r = search_result;
@@ -203,7 +204,7 @@ void root_search(ThreadData& td, int depth, int pv_index) {
     const bool has_material = pos.phase_material[side] > 0 && (pos.piece_counts[side] & 15) > 0;
 
     uint16_t saved_pv[kMaxPly];
-    uint16_t child_pv[kMaxPly];
+    PrincipalVariation child_pv;
     int searched = 0;
 
     for (int k = pv_index; list[k].move != kMoveListEnd; k++) {
@@ -306,8 +307,7 @@ void root_search(ThreadData& td, int depth, int pv_index) {
         if (score > best) {
             td.root_score = static_cast<int16_t>(score);
             td.completed_depth = static_cast<uint8_t>(depth);
-            child_pv[1] = m;
-            set_root_pv(td, child_pv, 1);
+            set_root_pv(td, m, child_pv);
             if (score > td.score_at_depth[depth].load(std::memory_order_relaxed)) {
                 td.score_at_depth[depth] = static_cast<int16_t>(score);
                 publish_result(td);
@@ -340,7 +340,6 @@ void iterative_deepening(int thread_index) {
     // 1. The root's stack entry (the ordering memories follow below, once
     // it is clear that there will be a search: the tuner's depth-0 runs
     // evaluate one root after another and need none of them).
-    td.root_position = pos;
     td.ply = 1;
     td.root_pv[1] = 0;
     SearchStackEntry& root = td.stack[1];

@@ -57,8 +57,10 @@ MoveEntry* gen_quiet_checks(const Position& pos, int side, MoveEntry* list) {
 
 }  // namespace
 
-int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, int pv_node, uint16_t* pv) {
+int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, int pv_node,
+            PrincipalVariation& pv) {
     ThreadData& td = *static_cast<ThreadData*>(pos.owner);
+    pv.clear();
     SearchStackEntry& ss = td.stack[ply];
 
     // Stand pat.
@@ -85,7 +87,7 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
 
     const int margin = pv_node ? 250 : 150;
     const int enemy = side ^ 1;
-    uint16_t child_pv[kMaxPly];
+    PrincipalVariation child_pv;
 
     // Searches one move of either stage; returns true on a cut-off (score in *cut).
     auto try_move = [&](MoveEntry* q, int* cut) -> bool {
@@ -119,17 +121,12 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
         int score = -search(pos, enemy, ply + 1, depth - 1, -beta, -alpha, pv_node, child_pv);
         unmake_move(pos);
         if (score > alpha) {
-            pv[ply] = m;
-            pv[ply + 1] = 0;
             if (score >= beta) {
                 *cut = score;
                 return true;
             }
             alpha = score;
-            for (int i = ply + 1; i < kMaxPly; i++) {
-                pv[i] = child_pv[i];
-                if (!child_pv[i]) break;
-            }
+            pv.update(m, child_pv);
         }
         return false;
     };

@@ -132,13 +132,6 @@ bool creates_threat(const Position& pos, int side, const MoveEntry& e) {
     return false;
 }
 
-inline void copy_line(uint16_t* pv, const uint16_t* child, int from_index) {
-    for (int i = from_index; i < kMaxPly; i++) {
-        pv[i] = child[i];
-        if (!child[i]) break;
-    }
-}
-
 }  // namespace
 
 int faded_draw_value(int side, int history_count) {
@@ -173,8 +166,10 @@ int classify_move(const Position& pos, int side, const MoveEntry& e) {
     return flags;
 }
 
-int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int pv_node, uint16_t* pv) {
+int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int pv_node,
+           PrincipalVariation& pv) {
     ThreadData& td = owner_of(pos);
+    pv.clear();
 
     // 1. Node count and node limit.
     bump(td.nodes);
@@ -206,8 +201,6 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
     ss.current = nullptr;
     no_move_list(td, ply);
     td.stack[ply + 2].killer1 = td.stack[ply + 2].killer2 = 0;
-    pv[ply] = 0;
-    pv[ply + 1] = 0;
 
     bool in_check_now = in_check(pos, side);
 
@@ -327,7 +320,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
             end_move_list(td, ply, end);
             score_moves(td, pos, list);
             int threshold = beta + 125;
-            uint16_t child_pv[kMaxPly];
+            PrincipalVariation child_pv;
             for (MoveEntry* e = list; e->move != kMoveListEnd; e++) {
                 pick_best(e);
                 Move m = e->move;
@@ -356,7 +349,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
             if (move_trace_hook) move_trace_hook(pos, 0);
             ss.current = nullptr;
             make_null_move(pos);
-            uint16_t child_pv[kMaxPly];
+            PrincipalVariation child_pv;
             int score = -search(pos, side ^ 1, ply + 1, new_depth - 1, -beta, -alpha, 0, child_pv);
             unmake_null_move(pos);
             if (stop_signal.load(std::memory_order_relaxed)) return 0;
@@ -378,7 +371,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
         ss.in_iid = 0;
         if (stop_signal.load(std::memory_order_relaxed)) return 0;
         ss.tt_score = static_cast<int16_t>(s);
-        if (s > alpha) ss.hash_move = pv[ply];
+        if (s > alpha) ss.hash_move = ss.best_move;
     }
 
     int score = search_moves(pos, side, ply, depth, alpha, beta, in_check_now, pv_node, pv);
@@ -388,12 +381,12 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
 }
 
 int search_moves(Position& pos, int side, int ply, int depth, int alpha, int beta, bool in_check_now,
-                 int pv_node, uint16_t* pv) {
+                 int pv_node, PrincipalVariation& pv) {
     ThreadData& td = owner_of(pos);
     SearchStackEntry& ss = td.stack[ply];
     const EngineParams& p = params;
 
-    pv[ply] = 0;
+    pv.clear();
     ss.legal_moves = 0;
     ss.stage = STAGE_HASH_MOVE;
     int best = -kInfinite;
@@ -407,7 +400,7 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
     int static_eval = ss.static_eval;
     int grand_eval = ply >= 2 ? td.stack[ply - 2].static_eval : static_eval;
     int depth_index = std::min(depth, 69);
-    uint16_t child_pv[kMaxPly];
+    PrincipalVariation child_pv;
 
     while (MoveEntry* e = next_move(td, pos, ply, in_check_now)) {
         Move m = e->move;
@@ -504,10 +497,11 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
         if (score > best) {
             best = score;
             best_move = m;
-            pv[ply] = m;
-            alpha = std::max(alpha, score);
-            if (score >= beta) break;
-            copy_line(pv, child_pv, ply + 1);
+            if (score > alpha) {
+                alpha = score;
+                if (score >= beta) break;
+                pv.update(m, child_pv);
+            }
         }
     }
 

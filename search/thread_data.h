@@ -86,7 +86,6 @@ struct ThreadData : BoardHistory {
     uint32_t perturb_seed;
 
     Position pos;
-    Position root_position;  // pos as the search began, for checking printed lines
 
     SearchStackEntry stack[kMaxPly];
     MoveEntry move_buffer[kMoveBufferSize];

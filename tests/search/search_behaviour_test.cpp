@@ -84,7 +84,7 @@ void play(const char* const* moves, int count) {
 }
 
 // Calls search() on block 0 as if the node were at `ply`.
-int search_node(int ply, int depth, int alpha, int beta, uint16_t* pv) {
+int search_node(int ply, int depth, int alpha, int beta, PrincipalVariation& pv) {
     ThreadData& td = *thread_table[0];
     td.ply = static_cast<int16_t>(ply);
     return search(td.pos, td.pos.side_to_move, ply, depth, alpha, beta, 0, pv);
@@ -100,16 +100,17 @@ TEST(Draws, RepetitionNeedsOneEarlierOccurrenceBelowTheRootsGrandchildren) {
     block_for_direct_search();
     draw_value[0] = 20;
     draw_value[1] = -20;
-    uint16_t pv[kMaxPly] = {};
+    PrincipalVariation pv;
 
     // The start position again, seen once before: a draw at ply >= 4 ...
+    const SearchStackEntry* stack = thread_table[0]->stack;
     EXPECT_EQ(search_node(5, 3, -300, 300, pv), 20);
-    EXPECT_EQ(pv[5], 0);
+    EXPECT_EQ(stack[5].legal_moves, 0);
     // ... but the root's children and grandchildren need two earlier occurrences.
-    search_node(3, 3, -300, 300, pv);
-    EXPECT_NE(pv[3], 0);
-    search_node(2, 3, -300, 300, pv);
-    EXPECT_NE(pv[2], 0);
+    for (int ply : {3, 2}) {
+        search_node(ply, 3, -300, 300, pv);
+        EXPECT_GT(stack[ply].legal_moves, 0) << ply;
+    }
 
     // The value belongs to the side: Black to move after 3.Nf3 sees -20.
     play(knights_out_and_back + 4, 1);
@@ -135,7 +136,7 @@ TEST(Draws, DrawValueFadesWithGameLength) {
 
 TEST(Draws, FiftyMoveRule) {
     engine_up(1);
-    uint16_t pv[kMaxPly] = {};
+    PrincipalVariation pv;
     // A rook up, but the fifty moves are over: 0 as long as a move exists.
     set_game_position("4k3/8/8/8/8/8/8/R3K3 w Q -");
     block_for_direct_search();
