@@ -336,6 +336,7 @@ void iterative_deepening(int thread_index) {
     Position& pos = td.pos;
     const int side = pos.side_to_move;
     const bool first = is_first_worker(thread_index);
+    assert_block_sound(td);
 
     // 1. The root's stack entry (the ordering memories follow below, once
     // it is clear that there will be a search: the tuner's depth-0 runs

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cassert>
 
 #include "board/attacks.h"
 #include "board/make_move.h"
@@ -61,6 +62,7 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
             PrincipalVariation& pv) {
     ThreadData& td = *static_cast<ThreadData*>(pos.owner);
     pv.clear();
+    assert(&pos == &td.pos && td.ply == ply);
     SearchStackEntry& ss = td.stack[ply];
 
     // Stand pat.

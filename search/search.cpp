@@ -1,6 +1,7 @@
 #include "search/search.h"
 
 #include <algorithm>
+#include <cassert>
 #include <bit>
 #include <cstdio>
 
@@ -170,6 +171,9 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
            PrincipalVariation& pv) {
     ThreadData& td = owner_of(pos);
     pv.clear();
+    // The node works on its block's own position, and the block's ply (kept by
+    // make and unmake) indexes the same stack entry as the search's.
+    assert(&pos == &td.pos && td.ply == ply && ply >= 2 && ply < kMaxPly - 2);
 
     // 1. Node count and node limit.
     bump(td.nodes);

@@ -44,6 +44,18 @@ void copy_game_position(ThreadData& to, const ThreadData& from) {
     to.history[count].move = 0;
 }
 
+const char* thread_block_fault(const ThreadData& td) {
+    if (td.thread_index > kMaxThreads || thread_table[td.thread_index] != &td)
+        return "the block is not in its slot of the thread table";
+    if (td.pos.owner != &td) return "the block's position belongs to another block";
+    if (td.history_count < 0 || td.history_count > kGameHistoryLimit)
+        return "the history leaves no room for a search";
+    if (td.history_count > 0 && td.last_move != td.history[td.history_count - 1].move)
+        return "the last move is not the history's last entry";
+    if (td.ply != 1) return "the root is not at ply 1";
+    return position_fault(td.pos);
+}
+
 void forget_cached_evaluations(int last_block) {
     for (int i = 1; i <= last_block && i <= kMaxThreads; ++i)
         if (thread_table[i]) clear_eval_state(thread_table[i]->eval);

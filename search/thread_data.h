@@ -14,6 +14,7 @@
 #include <cstdint>
 
 #include "board/position.h"
+#include "board/position_check.h"
 #include "board/types.h"
 #include "eval/eval_info.h"
 #include "eval/evaluate.h"
@@ -159,6 +160,19 @@ void free_thread_data(int index);
 
 // Copies the game position and history of block 0 into the block.
 void copy_game_position(ThreadData& to, const ThreadData& from);
+
+// What is wrong with a block about to search, or nullptr: it must sit in its
+// slot of the table, its position must be its own and consistent, and its
+// history must leave room for a search and end in the last move.
+const char* thread_block_fault(const ThreadData& td);
+
+// Compiled away in Release builds (NDEBUG); in Debug builds stops the
+// program when a block about to search is unsound.
+inline void assert_block_sound([[maybe_unused]] const ThreadData& td) {
+#ifndef NDEBUG
+    if (const char* fault = thread_block_fault(td)) abort_on_position_fault(td.pos, fault);
+#endif
+}
 
 // Empties the evaluation caches and pawn hashes of blocks 1..last_block: what
 // they hold was computed with parameters that have since changed.
