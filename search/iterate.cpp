@@ -86,6 +86,9 @@ void print_root_line(ThreadData& td, int pv_index, int depth) {
 
 }  // namespace
 
+// Depth 1 searches the full window, depth 2 a wide one; then the window
+// narrows with depth (scores settle) but stays wider around large scores,
+// which move more from one iteration to the next.
 int aspiration_width(int depth, int prev) {
     if (depth <= 1) return kInfinite;
     if (depth == 2) return 250;
@@ -208,6 +211,8 @@ void root_search(ThreadData& td, int depth, int pv_index) {
     int searched = 0;
 
     for (int k = pv_index; list[k].move != kMoveListEnd; k++) {
+        // A helper that has fallen behind the depth the first worker finished
+        // adds nothing to the table by going on; it moves to the next depth.
         if (!first && depth < finished_depth.load(std::memory_order_relaxed) && elapsed_now() >= 0.025) {
             td.root_state = ROOT_ABANDONED;
             return;
@@ -238,6 +243,10 @@ void root_search(ThreadData& td, int depth, int pv_index) {
         e->score = static_cast<int16_t>(kRootUnsearched - searched);
         int flags = root_in_check ? 0 : classify_move(pos, side, *e);
         root.move_flags = static_cast<int16_t>(flags);
+        // Root reduction: a late quiet root move, once six have been searched
+        // and the best holds within a third of a pawn of the last iteration,
+        // is searched a ply shallower (not in check, not in pawnless or
+        // pieceless endings, where every move matters).
         int r = (limits.multipv == 1 && depth > 7 && searched >= 6 && best >= prev - 34 && !is_mated(best) &&
                  !root_in_check && has_material && flags == 0)
                     ? 1
@@ -248,6 +257,8 @@ void root_search(ThreadData& td, int depth, int pv_index) {
         int score;
         int fail_high_score = -kInfinite;
         if (best == -kInfinite || depth < 3) {
+            // The first move in the aspiration window; a fail widens the side
+            // that failed, doubling each time (at least 25).
             score = -search(pos, side ^ 1, 2, depth - 1, -beta, -alpha, 1, child_pv);
             for (int guard = 0; (score <= alpha || score >= beta) && !stop_signal.load() && guard < 64; guard++) {
                 width = std::max(width * 2, 25);
@@ -270,6 +281,8 @@ void root_search(ThreadData& td, int depth, int pv_index) {
                 score = -search(pos, side ^ 1, 2, depth - 1, -beta, -alpha, 1, child_pv);
             }
         } else {
+            // Later moves: a null window above the best so far; one that beats
+            // it is searched again in full depth with a window that opens upward.
             int lo = clamp_low(best);
             int hi = clamp_high(best + 1);
             score = -search(pos, side ^ 1, 2, depth - r - 1, -hi, -lo, 0, child_pv);
@@ -290,6 +303,8 @@ void root_search(ThreadData& td, int depth, int pv_index) {
         unmake_move(pos);
         td.root_state = ROOT_NORMAL;
 
+        // Stopped mid-move: the move counts only if it had clearly (by 25)
+        // beaten an earlier best, which is then worth playing.
         if (stop_signal.load()) {
             if (first && best > -kInfinite && fail_high_score > best + 25)
                 score = fail_high_score;
@@ -338,7 +353,7 @@ void iterative_deepening(int thread_index) {
     const bool first = is_first_worker(thread_index);
     assert_block_sound(td);
 
-    // 1. The root's stack entry (the ordering memories follow below, once
+    // The root's stack entry (the ordering memories follow below, once
     // it is clear that there will be a search: the tuner's depth-0 runs
     // evaluate one root after another and need none of them).
     td.ply = 1;
@@ -351,7 +366,7 @@ void iterative_deepening(int thread_index) {
     root.tb_result = -1;
     td.eval.searching = true;
 
-    // 2. Root evaluation.
+    // Root evaluation.
     const bool root_in_check = in_check(pos, side);
     int v = evaluate(pos, td.eval, root.eval, 1, root_in_check);
     td.root_score = static_cast<int16_t>(v);
@@ -373,7 +388,7 @@ void iterative_deepening(int thread_index) {
         for (int16_t& h : row) h = 2048;
     std::memset(td.counter_moves, 0, sizeof td.counter_moves);
 
-    // 4. No legal move at the root.
+    // No legal move at the root.
     if (game_end_state(pos, root_in_check) != 0) {
         td.root_score = static_cast<int16_t>(root_in_check ? mated_in(1) : 0);
         td.completed_depth = 1;
@@ -385,7 +400,7 @@ void iterative_deepening(int thread_index) {
         return;
     }
 
-    // 5. Legal root moves, ordered.
+    // Legal root moves, ordered.
     MoveEntry* list = root.move_list;
     MoveEntry* end = generate_all(pos, list);
     MoveEntry* out = list;
@@ -396,7 +411,7 @@ void iterative_deepening(int thread_index) {
     score_moves(td, pos, list);
 
     if (!first) {
-        // 6. Wait until the first worker has probed the root and begun.
+        // Wait until the first worker has probed the root and begun.
         ThreadData* lead = thread_table[1];
         while (lead && lead->iteration_depth.load() < 1) {
             if (stop_signal.load()) {
@@ -410,7 +425,7 @@ void iterative_deepening(int thread_index) {
             return;
         }
     } else {
-        // 7. Root tablebase probe.
+        // Root tablebase probe.
         root_tb_move = 0;
         int result = -1;
         if (SyzygyProbeDepth5 < 71) {
@@ -428,7 +443,7 @@ void iterative_deepening(int thread_index) {
     }
     root.tb_result = root_tb_result.load();
 
-    // 9. The iterations.
+    // The iterations.
     int best_second = -kInfinite;
     for (int d = 1; d < kMaxIteration; d++) {
         int depth = d;
@@ -438,6 +453,9 @@ void iterative_deepening(int thread_index) {
             td.iteration_depth = static_cast<uint8_t>(d);
             print_each = d == 1 || limits.multipv > 1;
         } else {
+            // Helpers spread over two depths and shuffle the root moves after
+            // the first a little, so that they fill the table with other
+            // subtrees than the first worker's.
             depth = secondary_iteration_depth(d);
             for (MoveEntry* e = list + 1; e->move != kMoveListEnd; e++) {
                 td.perturb_seed = td.perturb_seed * 63 + 987654321u;
@@ -456,6 +474,9 @@ void iterative_deepening(int thread_index) {
         }
         td.nodes_at_depth[depth] = td.nodes.load(std::memory_order_relaxed);
 
+        // Easy move: the only legal move from depth 7 on; or, from depth 12, a
+        // best move two pawns above every rival seen in this search and 2.25
+        // pawns above the root's evaluation, unchanged for five iterations.
         if (first && limits.multipv == 1) {
             int easy = 0;
             if (root_moves == 1) {
@@ -481,6 +502,7 @@ void iterative_deepening(int thread_index) {
                 finished_time = elapsed_now();
                 finished_depth = depth;
             }
+            // A mate found within the depth searched will not get shorter.
             int s = td.score_at_depth[depth].load(std::memory_order_relaxed);
             if (s >= mate_in(depth + 1) || s < mated_in(depth + 1)) break;
             if (first && depth >= limits.max_depth) break;
