@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <string>
 
 #include "board/perft.h"
 #include "tests/board/board_fixture.h"
@@ -46,13 +45,6 @@ TEST_F(PerftTest, ShallowTotals) {
         EXPECT_TRUE(same_position(pos, before));
         EXPECT_EQ(history->history_count, 0);
     }
-}
-
-TEST_F(PerftTest, ReportLine) {
-    testing::internal::CaptureStdout();
-    print_perft_result(197281, 0.5);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "visited 197281 nodes in 0.500 seconds, nps= 393774\n");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "board/make_move.h"
 #include "board/movegen.h"
@@ -123,14 +124,10 @@ TEST(Draws, RepetitionNeedsOneEarlierOccurrenceBelowTheRootsGrandchildren) {
 }
 
 TEST(Draws, DrawValueFadesWithGameLength) {
-    draw_value[0] = 20;
-    draw_value[1] = -20;
-    EXPECT_EQ(faded_draw_value(0, 100), 20);
-    EXPECT_EQ(faded_draw_value(0, 101), 10);
-    EXPECT_EQ(faded_draw_value(0, 201), 0);
-    EXPECT_EQ(faded_draw_value(1, 150), -10);
     draw_value[0] = 15;
-    EXPECT_EQ(faded_draw_value(0, 150), 7);  // halves round toward zero
+    draw_value[1] = -15;
+    for (const auto& [side, plies, value] : {std::tuple{0, 100, 15}, {0, 101, 7}, {0, 201, 0}, {1, 150, -7}})
+        EXPECT_EQ(faded_draw_value(side, plies), value) << side << " " << plies;
     draw_value[0] = draw_value[1] = 0;
 }
 

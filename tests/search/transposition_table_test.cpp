@@ -30,37 +30,25 @@ struct SmallTable : ::testing::Test {
 
 }  // namespace
 
-TEST_F(SmallTable, SizesAndMasks) {
-    EXPECT_EQ(tt_entries, 65536u);
-    EXPECT_EQ(tt_mask, 65535u);
-    EXPECT_EQ(tt_end - tt_base, 65536);
-    // Spare entries behind the end are cleared as empty too.
-    EXPECT_EQ(tt_load(tt_end + 15).depth, -50);
-
-    hash_size_mb = 100;
-    ASSERT_EQ(tt_allocate(), 0);
-    EXPECT_EQ(tt_entries, 6553600u);
-    EXPECT_EQ(tt_mask, 4194303u);
-
-    // Out-of-range sizes are clamped; 0 keeps a table of spare entries only.
-    hash_size_mb = -5;
-    ASSERT_EQ(tt_allocate(), 0);
-    EXPECT_EQ(hash_size_mb, 0);
-    EXPECT_EQ(tt_entries, 0u);
-    EXPECT_NE(tt_base, nullptr);
-    EXPECT_EQ(tt_bucket(0xFFFFFFFFFFFFFFFFULL, 1), tt_end);
-}
-
-TEST_F(SmallTable, ColoursIndexFromOppositeEnds) {
-    hash_size_mb = 3;  // not a power of two: the two colours overlap in the middle
-    ASSERT_EQ(tt_allocate(), 0);
-    EXPECT_EQ(tt_mask, 131071u);
-    uint64_t key = 0xABCDEF0100000007ULL;
-    EXPECT_EQ(tt_bucket(key, 0), tt_base + 7);
-    EXPECT_EQ(tt_bucket(key, 1), tt_end - 7);
-    // The largest index of either colour still has its four slots inside the table.
-    EXPECT_LE(tt_bucket(~0ULL, 0) + 4, tt_end + 32);
-    EXPECT_GE(tt_bucket(~0ULL, 1), tt_base);
+// Sizes out of range are clamped (0 keeps only the spare entries), and the
+// last bucket of either colour, counted from opposite ends, stays inside.
+TEST_F(SmallTable, SizesMasksAndBucketsInsideTheTable) {
+    const struct {
+        int mb, clamped;
+        uint32_t entries;
+        uint64_t mask;
+    } cases[] = {{1, 1, 65536, 65535}, {3, 3, 196608, 131071}, {100, 100, 6553600, 4194303}, {-5, 0, 0, 0}};
+    for (const auto& c : cases) {
+        hash_size_mb = int16_t(c.mb);
+        ASSERT_EQ(tt_allocate(), 0);
+        EXPECT_EQ(hash_size_mb, c.clamped);
+        EXPECT_EQ(tt_entries, c.entries);
+        EXPECT_EQ(tt_mask, c.mask);
+        EXPECT_EQ(tt_load(tt_end + 15).depth, -50) << c.mb;  // spare entries are cleared too
+        EXPECT_LE(tt_bucket(~0ULL, 0) + 4, tt_end + 32) << c.mb;
+        EXPECT_GE(tt_bucket(~0ULL, 1), tt_base) << c.mb;
+        EXPECT_EQ(tt_bucket(7, 1), tt_end - (c.entries ? 7 : 0)) << c.mb;
+    }
 }
 
 TEST_F(SmallTable, StoredMateScoreReadsBackAtAnotherPly) {

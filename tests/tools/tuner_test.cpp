@@ -52,23 +52,6 @@ TEST_F(Tuner, GradientPassRaisesATooLowKnightValueAndLowersTheError) {
     EXPECT_EQ(read_file("tune.log").rfind("pass= 0, k0= 2.000e+03\n** knight_value_op = 200\n", 0), 0u);
 }
 
-TEST_F(Tuner, GradientPassWithoutPositionsOrLogMovesNothing) {
-    {
-        EngineProcess engine({"-tune", "missing.epd"}, scratch_.path);
-        engine.close_input();
-        ASSERT_EQ(engine.wait_exit(60), 0);
-        const std::vector<double> knight = numbers_after(engine.output(), "** knight_value_op = ");
-        ASSERT_EQ(knight.size(), 100u);
-        EXPECT_EQ(knight.back(), 380);
-        EXPECT_EQ(numbers_after(engine.output(), "\nerr= ").back(), 1.0);
-    }
-    ASSERT_EQ(std::system("rm tune.log && mkdir tune.log"), 0);
-    EngineProcess engine({"-tune", "missing.epd"}, scratch_.path);
-    engine.close_input();
-    ASSERT_EQ(engine.wait_exit(30), 0);
-    EXPECT_EQ(engine.output().find("pass="), std::string::npos);
-}
-
 TEST_F(Tuner, ConsoleLineSearchReportsABetterValueAndKeepsTheGame) {
     write_file("vorn.rc", "knight_value 200 200\n");
     write_file("tune.epd", knight_odds_positions());
