@@ -100,26 +100,3 @@ TEST(Threads, AStopBeforeTheFirstScoreStillAnswersALegalMove) {
     EXPECT_TRUE(legal_in_game_position(search_result.best_move));
     EXPECT_EQ(search_result.depth, 0);
 }
-
-TEST(Threads, LongGameHistoryLeavesRoomForTheSearch) {
-    engine_up(1);
-    set_game_position("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -");
-    ThreadData& game = *thread_table[0];
-    // Knights out and back, far beyond the length the shell accepts.
-    const char* const cycle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
-    for (int i = 0; i < kMaxHistory - 20; i++) {
-        Move m;
-        ASSERT_EQ(parse_move(game.pos, cycle[i % 4], &m), 1);
-        make_move(game.pos, m);
-    }
-    game.pos.fifty_count = 50;
-    limits.max_depth = 12;
-    read_clock(1);
-    prepare_search();
-    EXPECT_EQ(thread_table[1]->history_count, kGameHistoryLimit);
-    EXPECT_EQ(thread_table[1]->pos.hash_key, game.pos.hash_key);
-    start_workers();
-    while (count_searching()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    EXPECT_TRUE(legal_in_game_position(search_result.best_move));
-    EXPECT_LE(thread_table[1]->seldepth, 66);
-}
