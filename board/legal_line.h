@@ -1,7 +1,7 @@
 #pragma once
-// Legality of moves that do not come from this position's own generator: a
-// move read from a command, a table entry, or a line of moves kept from an
-// earlier search.
+// Moves that do not come from this position's own generator: whether a move
+// read from a command or a line of moves is legal, and whether a table
+// entry's move is one the generator would produce.
 
 #include <cstdint>
 

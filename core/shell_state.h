@@ -1,6 +1,7 @@
 #pragma once
 // Program-wide flags of the engine shell, shared by every subsystem that
-// prints or watches for a stop request.
+// prints or watches for a stop request, with the named values of the
+// protocol mode, the search request and the stop signal.
 
 #include <atomic>
 #include <cstdint>

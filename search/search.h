@@ -1,6 +1,7 @@
 #pragma once
-// The alpha-beta search below the root and the quiescence search. Both work
-// on the calling thread's own block, reached through pos.owner.
+// The alpha-beta search below the root and the quiescence search, and the
+// principal variation each node builds. Both work on the calling thread's
+// own block, reached through pos.owner.
 
 #include <cstdint>
 #include <cstring>

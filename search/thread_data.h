@@ -1,8 +1,10 @@
 #pragma once
 // The per-thread block: the thread's own copy of the position and its move
-// history, the search stack, the move buffer, ordering memories, per-search
+// history, the search stack with the picker's stages, the move buffer and
+// the three functions that hand out its room, ordering memories, per-search
 // results and counters, and the evaluation's caches. Block 0 belongs to the
 // main thread and holds the game position; blocks 1..64 belong to workers.
+// Debug builds check a block before it searches.
 //
 // Fields the main thread or other workers read while a search runs are
 // atomics (relaxed): state, iteration_depth, root_score, root_state, root_pv,

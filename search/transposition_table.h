@@ -1,7 +1,8 @@
 #pragma once
 // The transposition table shared by all search threads. No locks: every
 // entry carries a check word over its key, move and score, so a torn write
-// by two threads reads back as a miss. Entries are accessed as two relaxed
+// by two threads reads back as a miss, and so does an entry whose move the
+// probing position cannot play. Entries are accessed as two relaxed
 // 64-bit atomic words, which costs nothing on x86 and keeps the race benign.
 
 #include <cstdint>
