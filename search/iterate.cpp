@@ -66,8 +66,8 @@ void root_pv_single(ThreadData& td, Move m) {
 
 void sleep_ms(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
 
-// A window edge inside the mate range opens fully: a mate score is exact or
-// nothing, and a window that ends among mates only costs re-searches.
+// A window edge that falls in the mate range opens to the end of the scale:
+// a bound among mates would only fail and be searched again.
 int clamp_low(int a) { return is_mated(a) ? -kInfinite : a; }
 int clamp_high(int b) { return is_mate_win(b) ? kInfinite : b; }
 
