@@ -1,6 +1,10 @@
 #include "board/make_move.h"
 
+#include <cassert>
 #include <utility>
+
+#include "board/attacks.h"
+#include "board/position_check.h"
 
 #include "board/attacks.h"
 
@@ -62,6 +66,7 @@ inline int previous_move(const BoardHistory& h) {
 // Records what a move changes beyond recovery from the board: the state
 // flags and the keys, so that unmaking restores them instead of recomputing.
 inline HistoryEntry& push_history(const Position& pos, BoardHistory& h, Move move, int captured) {
+    assert(h.history_count >= 0 && h.history_count < kMaxHistory);
     HistoryEntry& entry = h.history[h.history_count];
     entry.move = move;
     entry.captured = uint8_t(captured);
@@ -80,6 +85,7 @@ inline HistoryEntry& push_history(const Position& pos, BoardHistory& h, Move mov
 // is the caller's to undo.
 inline const HistoryEntry& pop_history(Position& pos) {
     BoardHistory& h = *pos.owner;
+    assert(h.history_count > 0);
     h.history_count--;
     h.ply--;
     const HistoryEntry& entry = h.history[h.history_count];
@@ -200,6 +206,7 @@ void make_move(Position& pos, Move move) {
         move_keys(pos, rook, rook_from, rook_to);
         pos.fifty_count = 0;
     }
+    assert_consistent(pos);
 }
 
 void unmake_move(Position& pos) {
@@ -232,6 +239,7 @@ void unmake_move(Position& pos) {
         remove_piece(pos, from);
         add_piece(pos, s, kPawn, from);
     }
+    assert_consistent(pos);
 }
 
 void make_null_move(Position& pos) {
@@ -239,9 +247,13 @@ void make_null_move(Position& pos) {
     pos.fifty_count = uint8_t(pos.fifty_count + (pos.fifty_count < 255));  // stops at 255 rather than wrap
     pos.ep_square = kNoSquare;
     pos.side_to_move ^= 1;
+    assert_consistent(pos);
 }
 
-void unmake_null_move(Position& pos) { pop_history(pos); }
+void unmake_null_move(Position& pos) {
+    pop_history(pos);
+    assert_consistent(pos);
+}
 
 bool is_legal(const Position& pos, int side, Move move) {
     if (move == 0) return false;

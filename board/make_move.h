@@ -1,5 +1,7 @@
 #pragma once
 // Making and unmaking moves, null moves, and the legality and check tests.
+// Debug builds check the position after every make and unmake
+// (board/position_check.h).
 
 #include "board/position.h"
 #include "board/types.h"

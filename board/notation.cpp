@@ -41,7 +41,7 @@ char* move_to_text(Move move, char* buffer) {
     std::strcpy(buffer, square_names[move_from(move)]);
     std::strcat(buffer, square_names[move_to(move)]);
     if (is_promotion(move)) {
-        if (shell.protocol_mode == 2) {
+        if (shell.protocol_mode == PROTOCOL_UCI) {
             static constexpr char kUciLetters[] = " pnbrqk";
             buffer[4] = kUciLetters[promotion_type(move)];
             buffer[5] = 0;

@@ -59,7 +59,7 @@ int see(Position& pos, int side, int from, int to, Bitboard occupancy, bool may_
         from = least_valuable_attacker(pos, side, to, occupancy);
         if (from == kNoSquare) return 0;
     }
-    if (piece_type(pos.board[to]) == kKing) return 9999;
+    if (piece_type(pos.board[to]) == kKing) return kKingExchangeValue;
     int value = see_value[piece_type(pos.board[to])];
     int victim = play_capture(pos, from, to);
     int result = value - see(pos, side ^ 1, kNoSquare, to, occupancy & ~square_bit(from), true);
@@ -81,7 +81,7 @@ bool capture_not_losing(Position& pos, Move move) {
     int recapturer = least_valuable_attacker(pos, side ^ 1, to, occupancy);
     if (recapturer != kNoSquare) {
         if (mover_type == kKing) {
-            loss = 9999;
+            loss = kKingExchangeValue;
         } else {
             int taken = play_capture(pos, recapturer, to);
             int gain = see(pos, side, kNoSquare, to, occupancy & ~square_bit(recapturer), true);

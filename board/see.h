@@ -8,9 +8,13 @@
 extern const int16_t see_value[7];
 extern const int32_t capture_rank[7];
 
+// Taking the king outweighs any exchange: what see() answers for a capture
+// of the king, and what a king that can be recaptured stands to lose.
+constexpr int kKingExchangeValue = 9999;
+
 // Value for `side` of capturing on `to` with the piece on `from` (64: the
 // least valuable attacker). may_stop lets `side` decline (result >= 0).
-// 9999 when `to` holds a king. The position is restored before returning.
+// kKingExchangeValue when `to` holds a king. The position is restored before returning.
 int see(Position& pos, int side, int from, int to, Bitboard occupancy, bool may_stop);
 
 // True when the capture is not judged to lose more than 74 centipawns.

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "board/position.h"
+#include "core/score.h"
 #include "eval/eval_cache.h"
 #include "eval/eval_info.h"
 #include "eval/pawn_hash.h"
@@ -32,11 +33,11 @@ struct EvalThreadState {
 // since full keys are compared).
 void clear_eval_state(EvalThreadState& state);
 
-constexpr int kInCheckScore = -10000;
+constexpr int kInCheckScore = -kInfinite;
 
 // Score of `pos` for its side to move. `ply` is the search ply (1 at the
 // root); `out` is that ply's stack entry: evaluate zeroes it (unless in
-// check) and fills threat and material_draw. In check: -10000 at once.
+// check) and fills threat and material_draw. In check: kInCheckScore at once.
 // Needs init_attack_tables, init_hash_keys_tables, init_kpk_table and
 // init_eval_tables to have run. Never allocates.
 int evaluate(const Position& pos, EvalThreadState& state, EvalStackOutput& out, int ply,

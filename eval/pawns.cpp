@@ -162,7 +162,7 @@ int exchange_reply(const Bitboard (&sets)[2][7], int stm, int to, Bitboard occup
     else if ((cand = (diag | orth) & own[kQueen] & ~gone)) type = kQueen;
     else if ((cand = king_attacks[to] & own[kKing] & ~gone)) type = kKing;
     if (!type) return 0;
-    if (on_to == kKing) return 9999;
+    if (on_to == kKing) return kThreatValue[kKing];
     const int value = kThreatValue[on_to] -
                       exchange_reply(sets, stm ^ 1, to, occupancy, gone | (cand & -cand), type);
     return value > 0 ? value : 0;
@@ -172,7 +172,7 @@ int exchange_reply(const Bitboard (&sets)[2][7], int stm, int to, Bitboard occup
 
 int safe_advance(const Position& pos, int side, int from, int to, Bitboard occupancy) {
     const int on_to = piece_type(pos.board[to]);
-    if (on_to == kKing) return 9999;
+    if (on_to == kKing) return kThreatValue[kKing];
     const int mover = piece_type(pos.board[from]);
     return kThreatValue[on_to] -
            exchange_reply(pos.pieces, side ^ 1, to, occupancy, square_bit(from), mover);

@@ -1,6 +1,7 @@
 #include "search/iterate.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -22,6 +23,7 @@
 #include "search/time_manager.h"
 #include "search/transposition_table.h"
 #include "core/output.h"
+#include "core/score.h"
 #include "core/shell_state.h"
 #include "tablebase/probe.h"
 
@@ -41,13 +43,12 @@ constexpr int kMaxIteration = 69;  // iterations stop below this depth
 
 inline bool is_first_worker(int thread_index) { return thread_index <= 1; }
 
-void set_root_pv(ThreadData& td, const uint16_t* line, int first_index) {
-    int i = 1;
-    for (int k = first_index; k < kMaxPly && i < kMaxPly; k++, i++) {
-        td.root_pv[i].store(line[k], std::memory_order_relaxed);
-        if (!line[k]) return;
-    }
-    if (i < kMaxPly) td.root_pv[i].store(0, std::memory_order_relaxed);
+// The root's line: its move at index 1, then the child's line, 0 behind it.
+void set_root_pv(ThreadData& td, Move move, const PrincipalVariation& child) {
+    const int n = std::min(child.length, kMaxPly - 3);
+    td.root_pv[1].store(move, std::memory_order_relaxed);
+    for (int i = 0; i < n; i++) td.root_pv[2 + i].store(child.moves[i], std::memory_order_relaxed);
+    td.root_pv[2 + n].store(0, std::memory_order_relaxed);
 }
 
 void save_root_pv(const ThreadData& td, uint16_t* out) {
@@ -65,27 +66,31 @@ void root_pv_single(ThreadData& td, Move m) {
 
 void sleep_ms(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
 
-int clamp_low(int a) { return a < -9697 ? -10000 : a; }
-int clamp_high(int b) { return b >= 9697 ? 10000 : b; }
+// A window edge that falls in the mate range opens to the end of the scale:
+// a bound among mates would only fail and be searched again.
+int clamp_low(int a) { return is_mated(a) ? -kInfinite : a; }
+int clamp_high(int b) { return is_mate_win(b) ? kInfinite : b; }
 
-// The search's line can hold moves left over from other lines (a node that
-// returns early keeps what an earlier visit wrote). What is printed or
-// published ends before the first move that cannot be played from the root.
-void cut_to_legal(const ThreadData& td, uint16_t* line) {
-    line[1 + legal_line_length(td.root_position, line + 1, kMaxPly - 2)] = 0;
+// Moves in a zero-terminated line from index 1.
+[[maybe_unused]] int line_length(const uint16_t* line) {
+    int n = 0;
+    while (n + 1 < kMaxPly && line[n + 1]) n++;
+    return n;
 }
 
 void print_root_line(ThreadData& td, int pv_index, int depth) {
     uint16_t line[kMaxPly];
     save_root_pv(td, line);
-    cut_to_legal(td, line);
     print_search_line(td.thread_index, pv_index, depth, td.root_score.load(std::memory_order_relaxed), line);
 }
 
 }  // namespace
 
+// Depth 1 searches the full window, depth 2 a wide one; then the window
+// narrows with depth (scores settle) but stays wider around large scores,
+// which move more from one iteration to the next.
 int aspiration_width(int depth, int prev) {
-    if (depth <= 1) return 10000;
+    if (depth <= 1) return kInfinite;
     if (depth == 2) return 250;
     return std::abs(prev) / 16 + std::max(15, (15 - depth) * 4);
 }
@@ -102,12 +107,14 @@ void publish_result(ThreadData& td) {
     int score = td.root_score.load(std::memory_order_relaxed);
     uint16_t line[kMaxPly];
     save_root_pv(td, line);
-    cut_to_legal(td, line);
+    // Called between root moves, so the block's position is the root: the
+    // line built node by node can be played from it.
+    assert(legal_line_length(td.pos, line + 1, kMaxPly - 2) == line_length(line));
     {
         std::lock_guard<std::mutex> lock(result_lock);
         SearchResult& r = search_result;
-        bool replace = (depth > r.depth && r.score <= 9898) || (depth == r.depth && score > r.score) ||
-                       (score >= 9900 && score >= r.score);
+        bool replace = (depth > r.depth && r.score < kMateKept) || (depth == r.depth && score > r.score) ||
+                       (score >= kMateShown && score >= r.score);
         if (replace) {
             if (r.pv[1] != line[1]) last_change_depth = depth;
             r.score = static_cast<int16_t>(score);
@@ -127,9 +134,9 @@ void publish_result(ThreadData& td) {
 }
 
 void print_search_line(int thread_index, int pv_index, int depth, int score, const uint16_t* pv) {
-    if (shell.noise >= 9999 || depth == 0 || !pv || !pv[1]) return;
+    if (shell.noise >= kSilentNoise || depth == 0 || !pv || !pv[1]) return;
     double seconds = elapsed_now();
-    bool stopped = stop_signal.load() != 0;
+    bool stopped = stop_signal.load() != STOP_RUN;
     if (!stopped && seconds < shell.noise) return;
 
     std::lock_guard<std::mutex> lock(output_lock);
@@ -137,11 +144,11 @@ void print_search_line(int thread_index, int pv_index, int depth, int score, con
     double nodes = double(sum_node_counters(&tb_hits));
 
     int tb = root_tb_result.load(std::memory_order_relaxed);
-    if (tb == 4 && score < 9899) score = 9800;
-    if (tb == 0 && score > -9900) score = -9800;
+    if (tb == 4 && score < kMateKept) score = kTbWin;
+    if (tb == 0 && score > -kMateShown) score = -kTbWin;
     if (tb == 2) score = 0;
 
-    bool console = shell.protocol_mode != 2;
+    bool console = shell.protocol_mode != PROTOCOL_UCI;
     int max_moves = console ? (stopped ? 32 : 8) : 66;
     char moves[kMaxPly * 8 + 256];
     int len = 0;
@@ -161,10 +168,10 @@ void print_search_line(int thread_index, int pv_index, int depth, int score, con
         if (limits.multipv > 1) std::snprintf(multipv_part, sizeof multipv_part, "multipv %d ", pv_index + 1);
         if (shell.uci_extra) std::snprintf(extra_part, sizeof extra_part, "[%02d%c] ", thread_index, mark);
         char score_text[32];
-        if (score >= 9900)
-            std::snprintf(score_text, sizeof score_text, "mate %d", (10000 - score) / 2);
-        else if (score < -9900)
-            std::snprintf(score_text, sizeof score_text, "mate -%d", (score + 10001) / 2);
+        if (score >= kMateShown)
+            std::snprintf(score_text, sizeof score_text, "mate %d", mate_moves(score));
+        else if (score < -kMateShown)
+            std::snprintf(score_text, sizeof score_text, "mate -%d", mated_moves(score));
         else
             std::snprintf(score_text, sizeof score_text, "cp %d", score);
         const ThreadData* first = thread_table[thread_index == 0 ? 0 : 1];
@@ -195,29 +202,31 @@ void root_search(ThreadData& td, int depth, int pv_index) {
     int width = aspiration_width(depth, prev);
     int alpha, beta;
     aspiration_window(depth, prev, &alpha, &beta);
-    int best = -10000;
+    int best = -kInfinite;
     const bool root_in_check = in_check(pos, side);
     const bool has_material = pos.phase_material[side] > 0 && (pos.piece_counts[side] & 15) > 0;
 
     uint16_t saved_pv[kMaxPly];
-    uint16_t child_pv[kMaxPly];
+    PrincipalVariation child_pv;
     int searched = 0;
 
     for (int k = pv_index; list[k].move != kMoveListEnd; k++) {
+        // A helper that has fallen behind the depth the first worker finished
+        // adds nothing to the table by going on; it moves to the next depth.
         if (!first && depth < finished_depth.load(std::memory_order_relaxed) && elapsed_now() >= 0.025) {
-            td.root_state = 99;
+            td.root_state = ROOT_ABANDONED;
             return;
         }
         MoveEntry* e = &list[k];
         pick_best(e);
         save_root_pv(td, saved_pv);
         const int saved_score = td.root_score.load(std::memory_order_relaxed);
-        td.root_state = 0;
+        td.root_state = ROOT_NORMAL;
         root.current = e;
         const Move m = e->move;
 
         double now = elapsed_now();
-        if (first && pv_index == 0 && shell.protocol_mode == 2 && now > 3.5 && now > shell.noise) {
+        if (first && pv_index == 0 && shell.protocol_mode == PROTOCOL_UCI && now > 3.5 && now > shell.noise) {
             std::lock_guard<std::mutex> lock(output_lock);
             double nodes = double(sum_node_counters(nullptr));
             if (k == pv_index) {
@@ -231,10 +240,14 @@ void root_search(ThreadData& td, int depth, int pv_index) {
                            square_names[move_to(m)], k + 1);
         }
 
-        e->score = static_cast<int16_t>(-11000 - searched);
+        e->score = static_cast<int16_t>(kRootUnsearched - searched);
         int flags = root_in_check ? 0 : classify_move(pos, side, *e);
         root.move_flags = static_cast<int16_t>(flags);
-        int r = (limits.multipv == 1 && depth > 7 && searched >= 6 && best >= prev - 34 && best > -9698 &&
+        // Root reduction: a late quiet root move, once six have been searched
+        // and the best holds within a third of a pawn of the last iteration,
+        // is searched a ply shallower (not in check, not in pawnless or
+        // pieceless endings, where every move matters).
+        int r = (limits.multipv == 1 && depth > 7 && searched >= 6 && best >= prev - 34 && !is_mated(best) &&
                  !root_in_check && has_material && flags == 0)
                     ? 1
                     : 0;
@@ -242,55 +255,61 @@ void root_search(ThreadData& td, int depth, int pv_index) {
 
         make_move(pos, m);
         int score;
-        int fail_high_score = -10000;
-        if (best == -10000 || depth < 3) {
+        int fail_high_score = -kInfinite;
+        if (best == -kInfinite || depth < 3) {
+            // The first move in the aspiration window; a fail widens the side
+            // that failed, doubling each time (at least 25).
             score = -search(pos, side ^ 1, 2, depth - 1, -beta, -alpha, 1, child_pv);
             for (int guard = 0; (score <= alpha || score >= beta) && !stop_signal.load() && guard < 64; guard++) {
                 width = std::max(width * 2, 25);
                 if (score >= beta) {
-                    td.root_state = 2;
+                    td.root_state = ROOT_FAIL_HIGH;
                     td.root_score = static_cast<int16_t>(score);
                     fail_high_score = score;
                     root_pv_single(td, m);
                     if (printing) print_root_line(td, -1, depth);
                     beta += width;
                 } else {
-                    td.root_state = 1;
+                    td.root_state = ROOT_FAIL_LOW;
                     td.root_score = static_cast<int16_t>(score);
                     root_pv_single(td, m);
                     if (printing) print_root_line(td, -1, depth);
                     alpha -= width;
                 }
                 alpha = clamp_low(alpha);
-                if (beta > 9696) beta = 10000;
+                beta = clamp_high(beta);
                 score = -search(pos, side ^ 1, 2, depth - 1, -beta, -alpha, 1, child_pv);
             }
         } else {
-            int lo = best < -9697 ? -10000 : best;
-            int hi = best + 1 > 9696 ? 10000 : best + 1;
+            // Later moves: a null window above the best so far; one that beats
+            // it is searched again in full depth with a window that opens upward.
+            int lo = clamp_low(best);
+            int hi = clamp_high(best + 1);
             score = -search(pos, side ^ 1, 2, depth - r - 1, -hi, -lo, 0, child_pv);
             int step = 1;
             int fails = 0;
             while (score >= hi && !stop_signal.load() && fails < 64) {
-                td.root_state = 2;
+                td.root_state = ROOT_FAIL_HIGH;
                 root_pv_single(td, m);
                 td.root_score = static_cast<int16_t>(score);
                 fail_high_score = std::max(fail_high_score, score);
                 if (fails > 0 && printing) print_root_line(td, -1, depth);
                 fails++;
                 step = std::max(step * 2, 25);
-                hi = std::min(hi + step, 10000);
+                hi = std::min(hi + step, kInfinite);
                 score = -search(pos, side ^ 1, 2, depth - 1, -hi, -lo, 1, child_pv);
             }
         }
         unmake_move(pos);
-        td.root_state = 0;
+        td.root_state = ROOT_NORMAL;
 
+        // Stopped mid-move: the move counts only if it had clearly (by 25)
+        // beaten an earlier best, which is then worth playing.
         if (stop_signal.load()) {
-            if (first && best > -10000 && fail_high_score > best + 25)
+            if (first && best > -kInfinite && fail_high_score > best + 25)
                 score = fail_high_score;
             else
-                score = -10000;
+                score = -kInfinite;
         }
 
         restore_root_pv(td, saved_pv);
@@ -303,8 +322,7 @@ void root_search(ThreadData& td, int depth, int pv_index) {
         if (score > best) {
             td.root_score = static_cast<int16_t>(score);
             td.completed_depth = static_cast<uint8_t>(depth);
-            child_pv[1] = m;
-            set_root_pv(td, child_pv, 1);
+            set_root_pv(td, m, child_pv);
             if (score > td.score_at_depth[depth].load(std::memory_order_relaxed)) {
                 td.score_at_depth[depth] = static_cast<int16_t>(score);
                 publish_result(td);
@@ -333,23 +351,22 @@ void iterative_deepening(int thread_index) {
     Position& pos = td.pos;
     const int side = pos.side_to_move;
     const bool first = is_first_worker(thread_index);
+    assert_block_sound(td);
 
-    // 1. The root's stack entry (the ordering memories follow below, once
+    // The root's stack entry (the ordering memories follow below, once
     // it is clear that there will be a search: the tuner's depth-0 runs
     // evaluate one root after another and need none of them).
-    td.root_position = pos;
     td.ply = 1;
     td.root_pv[1] = 0;
     SearchStackEntry& root = td.stack[1];
-    td.stack[0].move_list = td.move_buffer;
-    root.move_list = td.move_buffer;
+    reset_move_lists(td);
     root.pv_node = 1;
-    root.alpha = -10000;
-    root.beta = 10000;
+    root.alpha = -kInfinite;
+    root.beta = kInfinite;
     root.tb_result = -1;
     td.eval.searching = true;
 
-    // 2. Root evaluation.
+    // Root evaluation.
     const bool root_in_check = in_check(pos, side);
     int v = evaluate(pos, td.eval, root.eval, 1, root_in_check);
     td.root_score = static_cast<int16_t>(v);
@@ -371,31 +388,30 @@ void iterative_deepening(int thread_index) {
         for (int16_t& h : row) h = 2048;
     std::memset(td.counter_moves, 0, sizeof td.counter_moves);
 
-    // 4. No legal move at the root.
+    // No legal move at the root.
     if (game_end_state(pos, root_in_check) != 0) {
-        td.root_score = static_cast<int16_t>(root_in_check ? -9999 : 0);
+        td.root_score = static_cast<int16_t>(root_in_check ? mated_in(1) : 0);
         td.completed_depth = 1;
         td.iteration_depth = 1;
         td.seldepth = 1;
         if (first) publish_result(td);
-        stop_signal = 3;
+        stop_signal = STOP_NO_LEGAL_MOVE;
         td.eval.searching = false;
         return;
     }
 
-    // 5. Legal root moves, ordered.
+    // Legal root moves, ordered.
     MoveEntry* list = root.move_list;
     MoveEntry* end = generate_all(pos, list);
     MoveEntry* out = list;
     for (MoveEntry* e = list; e != end; e++)
         if (is_legal(pos, side, e->move)) *out++ = *e;
-    out->move = kMoveListEnd;
+    end_move_list(td, 1, out);
     const int root_moves = int(out - list);
-    td.stack[2].move_list = out + 1;
     score_moves(td, pos, list);
 
     if (!first) {
-        // 6. Wait until the first worker has probed the root and begun.
+        // Wait until the first worker has probed the root and begun.
         ThreadData* lead = thread_table[1];
         while (lead && lead->iteration_depth.load() < 1) {
             if (stop_signal.load()) {
@@ -409,7 +425,7 @@ void iterative_deepening(int thread_index) {
             return;
         }
     } else {
-        // 7. Root tablebase probe.
+        // Root tablebase probe.
         root_tb_move = 0;
         int result = -1;
         if (SyzygyProbeDepth5 < 71) {
@@ -420,15 +436,15 @@ void iterative_deepening(int thread_index) {
         }
         if (result < 0) result = tb_probe_wdl(pos, 70);
         if (result >= 0) bump(td.tb_hits);
-        int tb_score = result == 4 ? 9799 : (result == 0 ? -9800 : 0);
+        int tb_score = result == 4 ? tb_win_in(0) : (result == 0 ? tb_loss_in(0) : 0);
         root_tb_score[side] = tb_score;
         root_tb_score[side ^ 1] = -tb_score;
         root_tb_result = result;
     }
     root.tb_result = root_tb_result.load();
 
-    // 9. The iterations.
-    int best_second = -10000;
+    // The iterations.
+    int best_second = -kInfinite;
     for (int d = 1; d < kMaxIteration; d++) {
         int depth = d;
         bool print_each = false;
@@ -437,6 +453,9 @@ void iterative_deepening(int thread_index) {
             td.iteration_depth = static_cast<uint8_t>(d);
             print_each = d == 1 || limits.multipv > 1;
         } else {
+            // Helpers spread over two depths and shuffle the root moves after
+            // the first a little, so that they fill the table with other
+            // subtrees than the first worker's.
             depth = secondary_iteration_depth(d);
             for (MoveEntry* e = list + 1; e->move != kMoveListEnd; e++) {
                 td.perturb_seed = td.perturb_seed * 63 + 987654321u;
@@ -446,7 +465,7 @@ void iterative_deepening(int thread_index) {
         }
         if (depth >= kMaxPly) break;
         td.nodes_at_depth[depth] = 0;
-        td.score_at_depth[depth] = -10000;
+        td.score_at_depth[depth] = -kInfinite;
 
         for (int i = 0; i < limits.multipv && i < root_moves; i++) {
             root_search(td, depth, i);
@@ -455,6 +474,9 @@ void iterative_deepening(int thread_index) {
         }
         td.nodes_at_depth[depth] = td.nodes.load(std::memory_order_relaxed);
 
+        // Easy move: the only legal move from depth 7 on; or, from depth 12, a
+        // best move two pawns above every rival seen in this search and 2.25
+        // pawns above the root's evaluation, unchanged for five iterations.
         if (first && limits.multipv == 1) {
             int easy = 0;
             if (root_moves == 1) {
@@ -463,7 +485,7 @@ void iterative_deepening(int thread_index) {
                 int s1 = list[0].score;
                 pick_best(list + 1);
                 int s2 = list[1].score;
-                if (d == 1) best_second = -10000;
+                if (d == 1) best_second = -kInfinite;
                 best_second = std::max(best_second, s2);
                 if (s1 > best_second + 200 && s1 > root.static_eval + 225 && depth > 11 &&
                     last_change_depth.load() < depth - 5)
@@ -471,17 +493,18 @@ void iterative_deepening(int thread_index) {
             }
             easy_move = easy;
         }
-        if (first && limits.multipv > 1 && shell.protocol_mode != 2) send_line("");
+        if (first && limits.multipv > 1 && shell.protocol_mode != PROTOCOL_UCI) send_line("");
 
         if (stop_signal.load()) break;
 
-        if (td.root_state.load() != 99) {
+        if (td.root_state.load() != ROOT_ABANDONED) {
             if (first) {
                 finished_time = elapsed_now();
                 finished_depth = depth;
             }
+            // A mate found within the depth searched will not get shorter.
             int s = td.score_at_depth[depth].load(std::memory_order_relaxed);
-            if (s >= 9999 - depth || s < depth - 9999) break;
+            if (s >= mate_in(depth + 1) || s < mated_in(depth + 1)) break;
             if (first && depth >= limits.max_depth) break;
         }
     }
@@ -495,8 +518,8 @@ void iterative_deepening(int thread_index) {
         }
     }
     if (first) {
-        uint8_t expected = 0;
-        stop_signal.compare_exchange_strong(expected, 1);
+        uint8_t expected = STOP_RUN;
+        stop_signal.compare_exchange_strong(expected, STOP_REPORT);
     }
     td.eval.searching = false;
 }

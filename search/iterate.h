@@ -21,7 +21,7 @@ extern int root_tb_score[2];
 extern int draw_value[2];                   // repetition value per side (contempt)
 
 // Half-width of the first aspiration window at `depth` around the previous
-// score, and the window itself (mate-range edges opened to +-10000).
+// score, and the window itself (edges in the mate range opened to the full window).
 int aspiration_width(int depth, int prev);
 void aspiration_window(int depth, int prev, int* alpha, int* beta);
 

@@ -1,11 +1,34 @@
 #include "search/move_picker.h"
 
+#include <cassert>
+
+#include "board/legal_line.h"
 #include "board/make_move.h"
 #include "board/movegen.h"
 #include "board/see.h"
 #include "search/thread_data.h"
 
 namespace {
+
+// Capture and promotion scores: a capture that passes the exchange test
+// scores victim - attacker (a queen promotion at least 199), a losing capture
+// its victim's type + 8 and an under-promotion 8, both + 7 on a recapture.
+// Above this line a capture is tried before the quiet moves; at or below it
+// (losing captures and under-promotions, 8..21) it stays in the list and is
+// sorted in among the quiet moves, whose scores reach at most 128.
+constexpr int kGoodCaptureThreshold = 180;
+
+// Sorting the quiet moves stops after this many legal moves, or once the
+// best one left scores below kSortedQuietFloor: what follows is taken in
+// generation order, which saves the scans where cut-offs are unlikely.
+constexpr int kSortedLegalMoves = 15;
+constexpr int kSortedQuietFloor = 4;
+
+// A move equal to the hash move was tried first already, unless that
+// attempt found it illegal (no legal move counted yet).
+inline bool repeats_hash_move(const SearchStackEntry& ss, const MoveEntry* e) {
+    return e->move == ss.hash_move && ss.legal_moves > 0;
+}
 
 uint16_t counter_move_for(const ThreadData& td, const Position& pos) {
     Move last = td.last_move;
@@ -73,6 +96,9 @@ MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check) {
                 ss.stage = STAGE_GEN_CAPTURES;
                 if (ss.hash_move) {
                     Move m = ss.hash_move;
+                    // The table checks what it hands out; internal deepening's
+                    // move was generated here.
+                    assert(is_pseudo_legal(pos, m));
                     uint8_t victim = pos.board[move_to(m)];
                     if (piece_side(victim) == side) victim = 0;  // castling as king takes rook
                     ss.hash_entry = MoveEntry{m, 255, pos.board[move_from(m)], victim};
@@ -84,9 +110,7 @@ MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check) {
                 MoveEntry* end = gen_pawn_captures(pos, side, ss.move_list);
                 end = gen_piece_captures(pos, side, end);
                 end = gen_promotions(pos, side, end);
-                end->move = kMoveListEnd;
-                ss.list_end = end;
-                td.stack[ply + 1].move_list = end + 1;
+                end_move_list(td, ply, end);
                 score_captures(pos, ss.move_list, end, td.last_move);
                 ss.next = ss.move_list;
                 ss.stage = STAGE_GOOD_CAPTURES;
@@ -98,42 +122,42 @@ MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check) {
                     break;
                 }
                 pick_best(ss.next);
-                if (ss.next->score <= 180) {
-                    ss.stage = STAGE_GEN_QUIETS;
+                if (ss.next->score <= kGoodCaptureThreshold) {
+                    ss.stage = STAGE_GEN_QUIETS;  // the losing captures wait among the quiet moves
                     break;
                 }
                 MoveEntry* e = ss.next++;
-                if (e->move == ss.hash_move && ss.legal_moves > 0) break;
+                if (repeats_hash_move(ss, e)) break;
                 return e;
             }
             case STAGE_GEN_QUIETS: {
+                // Behind the losing captures still between next and the end mark.
                 MoveEntry* begin = ss.list_end;
                 MoveEntry* end = gen_quiet_moves(pos, side, begin);
-                end->move = kMoveListEnd;
-                ss.list_end = end;
-                td.stack[ply + 1].move_list = end + 1;
+                end_move_list(td, ply, end);
                 score_quiets(td, pos, ss, begin, end, in_check);
-                ss.stage = STAGE_SORTED_QUIETS;
+                ss.stage = STAGE_QUIETS_AND_LOSING_CAPTURES;
                 break;
             }
-            case STAGE_SORTED_QUIETS: {
+            case STAGE_QUIETS_AND_LOSING_CAPTURES: {
                 if (ss.next->move == kMoveListEnd) {
                     ss.stage = STAGE_DONE;
                     return nullptr;
                 }
                 pick_best(ss.next);
                 MoveEntry* e = ss.next++;
-                if (e->score < 4 || ss.legal_moves > 15) ss.stage = STAGE_REST;
-                if (e->move == ss.hash_move && ss.legal_moves > 0) break;
+                if (e->score < kSortedQuietFloor || ss.legal_moves > kSortedLegalMoves)
+                    ss.stage = STAGE_REMAINING;
+                if (repeats_hash_move(ss, e)) break;
                 return e;
             }
-            case STAGE_REST: {
+            case STAGE_REMAINING: {
                 if (ss.next->move == kMoveListEnd) {
                     ss.stage = STAGE_DONE;
                     return nullptr;
                 }
                 MoveEntry* e = ss.next++;
-                if (e->move == ss.hash_move && ss.legal_moves > 0) break;
+                if (repeats_hash_move(ss, e)) break;
                 return e;
             }
             default:
@@ -164,9 +188,8 @@ void score_moves(ThreadData& td, const Position& pos, MoveEntry* list) {
 }
 
 int game_end_state(Position& pos, bool in_check) {
-    ThreadData& td = *static_cast<ThreadData*>(pos.owner);
-    int ply = td.ply < 0 ? 0 : (td.ply >= kMaxPly ? kMaxPly - 1 : td.ply);
-    MoveEntry* list = td.stack[ply].move_list ? td.stack[ply].move_list : td.move_buffer;
+    // A list of its own: the node asking may be about to fill the ply's list.
+    MoveEntry list[kMaxMoves];
     int side = pos.side_to_move;
     MoveEntry* end = generate_all(pos, list);
     for (MoveEntry* e = list; e != end; e++)

@@ -17,7 +17,10 @@ inline constexpr int16_t kVictimValue[7] = {200, 210, 220, 220, 230, 240, 250};
 inline constexpr int16_t kAttackerValue[7] = {0, 1, 2, 3, 4, 5, 6};
 
 // Next move of the node at `ply` (whose stack entry keeps the stage), or
-// null when exhausted. Legality is the caller's test.
+// null when exhausted: the hash move, the captures that pass the exchange
+// test best first, then the quiet moves and the losing captures together
+// best first, and the tail of those in list order. The lists live in the
+// thread's move buffer (end_move_list). Legality is the caller's test.
 MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check);
 
 // Swaps the highest-scored entry from `entry` to the end mark into `entry`;
@@ -27,8 +30,7 @@ void pick_best(MoveEntry* entry);
 // Scores a complete list (root, ProbCut) in one pass.
 void score_moves(ThreadData& td, const Position& pos, MoveEntry* list);
 
-// 0 when the side to move has a legal move, 1 checkmate, 2 stalemate. Uses
-// the move list of the owner's current ply as scratch.
+// 0 when the side to move has a legal move, 1 checkmate, 2 stalemate.
 int game_end_state(Position& pos, bool in_check);
 
 // History bonus and malus for a quiet move of `mover` to `to`.

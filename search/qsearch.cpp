@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cassert>
 
 #include "board/attacks.h"
 #include "board/make_move.h"
@@ -57,24 +58,28 @@ MoveEntry* gen_quiet_checks(const Position& pos, int side, MoveEntry* list) {
 
 }  // namespace
 
-int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, int pv_node, uint16_t* pv) {
+int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, int pv_node,
+            PrincipalVariation& pv) {
     ThreadData& td = *static_cast<ThreadData*>(pos.owner);
+    pv.clear();
+    assert(&pos == &td.pos && td.ply == ply);
     SearchStackEntry& ss = td.stack[ply];
 
-    // Stand pat.
+    // Stand pat: the side to move need not capture, so the static evaluation
+    // is a lower bound of what it can get.
     int e = ss.static_eval;
     if (e >= beta) return beta;
     if (e > alpha) alpha = e;
 
-    // Captures and queen promotions, best first.
+    // Captures and queen promotions, best first by victim and attacker (a
+    // recapture first among equals); under-promotions are left to the search.
     MoveEntry* list = ss.move_list;
     MoveEntry* end = gen_pawn_captures(pos, side, list);
     end = gen_piece_captures(pos, side, end);
     MoveEntry* promo_end = gen_promotions(pos, side, end);
     for (MoveEntry* q = end; q != promo_end; q++)
         if (q->move & kPromoteQueen) *end++ = *q;
-    end->move = kMoveListEnd;
-    td.stack[ply + 1].move_list = end + 1;
+    end_move_list(td, ply, end);
 
     Move last = td.last_move;
     int last_to = last ? move_to(last) : -1;
@@ -84,9 +89,11 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
         q->score = static_cast<int16_t>(score);
     }
 
+    // Delta pruning margin: what positional change a capture may bring on top
+    // of the piece it wins; a PV node allows more, since its score is exact.
     const int margin = pv_node ? 250 : 150;
     const int enemy = side ^ 1;
-    uint16_t child_pv[kMaxPly];
+    PrincipalVariation child_pv;
 
     // Searches one move of either stage; returns true on a cut-off (score in *cut).
     auto try_move = [&](MoveEntry* q, int* cut) -> bool {
@@ -96,6 +103,11 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
         bool en_passant = mover_type == kPawn && to == pos.ep_square && !q->victim;
         int captured = en_passant ? kPawn : piece_type(q->victim);
 
+        // Delta pruning of a move that gives no check: even the captured piece
+        // and the margin do not lift the stand-pat score to alpha. A pawn
+        // reaching the seventh or eighth rank is worth more than its capture,
+        // and taking the opponent's last pieces can turn a loss into a drawn
+        // ending that the evaluation scores very differently: both are searched.
         int chk = gives_check(pos, side, *q);
         if (chk == 0) {
             bool pawn_to_last_ranks = mover_type == kPawn && relative_rank(side, to) >= 6;
@@ -110,6 +122,9 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
                 if (!bare_ending && see_value[captured] + e <= alpha - margin) return false;
             }
         }
+        // A capture of a less valuable piece that loses more than about three
+        // quarters of a pawn in the exchange is skipped (a discovered check
+        // may win more elsewhere).
         if (chk != 2 && !en_passant && capture_rank[captured] < capture_rank[mover_type] &&
             !capture_not_losing(pos, m))
             return false;
@@ -120,17 +135,12 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
         int score = -search(pos, enemy, ply + 1, depth - 1, -beta, -alpha, pv_node, child_pv);
         unmake_move(pos);
         if (score > alpha) {
-            pv[ply] = m;
-            pv[ply + 1] = 0;
             if (score >= beta) {
                 *cut = score;
                 return true;
             }
             alpha = score;
-            for (int i = ply + 1; i < kMaxPly; i++) {
-                pv[i] = child_pv[i];
-                if (!child_pv[i]) break;
-            }
+            pv.update(m, child_pv);
         }
         return false;
     };
@@ -138,6 +148,8 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
     int cut = 0;
     for (MoveEntry* q = list; q->move != kMoveListEnd; q++) {
         pick_best(q);
+        // Deep in the quiescence search only recaptures go on: enough to settle
+        // the exchange that started it, and the tree stays small.
         if (depth < -4 && move_to(q->move) != last_to) continue;
         if (try_move(q, &cut)) return cut;
         if (stop_signal.load(std::memory_order_relaxed)) return 0;
@@ -145,11 +157,11 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
 
     if (depth < 0) return alpha;
 
-    // Quiet checks at the first quiescence ply.
+    // Quiet checks at the first quiescence ply only: they find mates and forks
+    // at the horizon, and one ply of them costs little.
     MoveEntry* checks = end;
     MoveEntry* checks_end = gen_quiet_checks(pos, side, checks);
-    checks_end->move = kMoveListEnd;
-    td.stack[ply + 1].move_list = checks_end + 1;
+    end_move_list(td, ply, checks_end);
     for (MoveEntry* q = checks; q != checks_end; q++) {
         if (try_move(q, &cut)) return cut;
         if (stop_signal.load(std::memory_order_relaxed)) return 0;

@@ -1,6 +1,7 @@
 #include "search/search.h"
 
 #include <algorithm>
+#include <cassert>
 #include <bit>
 #include <cstdio>
 
@@ -16,6 +17,7 @@
 #include "search/thread_data.h"
 #include "search/transposition_table.h"
 #include "core/output.h"
+#include "core/score.h"
 #include "core/shell_state.h"
 #include "tablebase/probe.h"
 
@@ -131,13 +133,6 @@ bool creates_threat(const Position& pos, int side, const MoveEntry& e) {
     return false;
 }
 
-inline void copy_line(uint16_t* pv, const uint16_t* child, int from_index) {
-    for (int i = from_index; i < kMaxPly; i++) {
-        pv[i] = child[i];
-        if (!child[i]) break;
-    }
-}
-
 }  // namespace
 
 int faded_draw_value(int side, int history_count) {
@@ -172,13 +167,18 @@ int classify_move(const Position& pos, int side, const MoveEntry& e) {
     return flags;
 }
 
-int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int pv_node, uint16_t* pv) {
+int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int pv_node,
+           PrincipalVariation& pv) {
     ThreadData& td = owner_of(pos);
+    pv.clear();
+    // The node works on its block's own position, and the block's ply (kept by
+    // make and unmake) indexes the same stack entry as the search's.
+    assert(&pos == &td.pos && td.ply == ply && ply >= 2 && ply < kMaxPly - 2);
 
-    // 1. Node count and node limit.
+    // Node count; past the node limit the search stops, once depth 2 has an answer.
     bump(td.nodes);
     if (td.nodes.load(std::memory_order_relaxed) > td.node_limit && td.completed_depth > 1) {
-        stop_signal = 1;
+        stop_signal = STOP_REPORT;
         return 0;
     }
     if (ply > td.seldepth) td.seldepth = static_cast<uint8_t>(ply);
@@ -187,12 +187,13 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
     if (hash_mode && depth >= 1) tt_prefetch(key, side);  // the probe comes after the evaluation
     if (tag_key && key == tag_key) print_tagged_stack(td, pos, ply);
 
-    // 3. Mate-distance bounds.
-    alpha = std::max(alpha, ply - 10000);
-    beta = std::min(beta, 9999 - ply);
+    // Mate-distance bounds: no line from here can mate sooner than next ply or
+    // be mated sooner than now, so a window outside that range is already decided.
+    alpha = std::max(alpha, mated_in(ply));
+    beta = std::min(beta, mate_in(ply + 1));
     if (beta <= alpha) return alpha;
 
-    // 4. This ply's stack entry.
+    // This ply's stack entry; the killers two plies down belong to other lines.
     SearchStackEntry& ss = td.stack[ply];
     ss.pv_node = static_cast<int16_t>(pv_node);
     ss.alpha = static_cast<int16_t>(alpha);
@@ -203,14 +204,14 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
     ss.stage = STAGE_HASH_MOVE;
     ss.tb_result = -1;
     ss.current = nullptr;
-    td.stack[ply + 1].move_list = ss.move_list;
+    no_move_list(td, ply);
     td.stack[ply + 2].killer1 = td.stack[ply + 2].killer2 = 0;
-    pv[ply] = 0;
-    pv[ply + 1] = 0;
 
     bool in_check_now = in_check(pos, side);
 
-    // 6. Fifty-move rule and repetitions.
+    // Fifty-move rule and repetitions, possible only after four reversible
+    // plies. Near the root a position must have occurred twice before, so that
+    // a repetition the game already holds does not end the search early.
     int fifty = pos.fifty_count;
     if (fifty > 3) {
         if (fifty >= 100 && game_end_state(pos, in_check_now) == 0) return 0;
@@ -218,7 +219,9 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
         if (earlier_occurrences(pos, td, needed) >= needed) return faded_draw_value(side, td.history_count);
     }
 
-    // 7. Below a tablebase position every node re-probes.
+    // Below a tablebase root every node re-probes and refutes a move that
+    // spoils the root's result; late in the fifty-move count only the
+    // table's own root move can keep a win from becoming a draw.
     if (ply >= 2 && td.stack[ply - 1].tb_result != -1) {
         int parent = td.stack[ply - 1].tb_result;
         int r = tb_largest ? tb_probe_wdl(pos, depth) : -1;
@@ -230,35 +233,39 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
         if (ply == 2 && root_tb_move && td.last_move != root_tb_move && fifty > 30) return beta;
     }
 
-    // 8. Tablebase probe right after a capture or pawn move.
+    // Tablebase probe right after a capture or pawn move: the table answers exactly.
     if (fifty == 0 && tb_largest && root_tb_result.load(std::memory_order_relaxed) == -1) {
         int r = tb_probe_wdl(pos, depth);
         if (r >= 0) {
             bump(td.tb_hits);
             ss.tb_result = r;
-            int score = r == 4 ? 9799 - ply : (r == 0 ? ply - 9800 : 0);
+            int score = r == 4 ? tb_win_in(ply) : (r == 0 ? tb_loss_in(ply) : 0);
             return score <= alpha ? alpha : score;
         }
     }
 
-    // 9. Static evaluation.
+    // Static evaluation; it also finds threatened pieces and dead-drawn material.
     int static_eval = evaluate(pos, td.eval, ss.eval, ply, in_check_now);
     ss.static_eval = static_cast<int16_t>(static_eval);
     ss.depth = static_cast<int16_t>(depth);
 
     if (ply > kMaxSearchPly) return in_check_now ? 0 : static_eval;
 
+    // Out of check, a node without depth is a quiescence node; one whose
+    // material cannot win is scored by the evaluation alone.
     if (!in_check_now) {
         if (ss.eval.material_draw) return static_eval;
         if (depth < 1) return qsearch(pos, side, ply, depth, alpha, beta, pv_node, pv);
     }
 
-    // 12. Transposition table.
+    // Transposition table. A PV node takes no cut-off from it (its exact line
+    // matters) unless deep in the tree with a decisive score; near the
+    // fifty-move limit stored scores may not hold any more.
     bump(td.hash_probes);
-    int tt_depth = -99, tt_score = -10000;
+    int tt_depth = -99, tt_score = -kInfinite;
     bool tt_fail_low = false, tt_fail_high = false;
     if (hash_mode) {
-        TTRead t = tt_read(key, side, ply, pos.board);
+        TTRead t = tt_read(key, side, ply, pos);
         tt_depth = t.depth;
         if (t.hit) {
             bump(td.hash_hits);
@@ -266,7 +273,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
             tt_score = t.score;
             bool raised = false;
             if (t.depth >= depth && fifty + depth < 90) {
-                if (!pv_node || (ply > 11 && (tt_score < -8999 || tt_score > 9001))) {
+                if (!pv_node || (ply > 11 && is_decisive(tt_score))) {
                     if (tt_score > alpha && t.bound != BOUND_UPPER) {
                         if (tt_score >= beta) return tt_score;
                         alpha = tt_score;
@@ -285,25 +292,33 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
                 tt_fail_high = tt_score >= beta && t.bound != BOUND_UPPER;
             }
         } else {
-            tt_score = -10000;
+            tt_score = -kInfinite;
         }
     }
 
     const EngineParams& p = params;
+    // With at most one minor piece besides kings and pawns, tempo and zugzwang
+    // decide too much for the pruning steps below.
     bool low_material = pos.phase_material[0] + pos.phase_material[1] < 4;
 
-    // 14. Razoring.
+    // Razoring: far enough below alpha that no quiet move is likely to gain
+    // FP_margin (150) per ply left, only captures and checks can help.
     if (depth <= p.FP_depth && static_eval <= alpha - p.FP_margin * depth && !low_material && !pv_node &&
         !in_check_now && !tt_fail_high)
         return qsearch(pos, side, ply, 0, alpha, beta, pv_node, pv);
 
-    // 15. Static-evaluation pruning and ProbCut.
+    // Static-evaluation pruning and ProbCut, for an evaluation clearly above beta.
     if (static_eval > beta + 24) {
+        // Near the horizon a surplus of SEP_margin (75) per ply survives the
+        // opponent's best quiet reply; not when a threatened piece of ours is
+        // worth twice the surplus, nor in a PV node or in check.
         if (depth <= p.SEP_depth) {
             bool skip = static_eval < beta + ss.eval.threat[side] / 2 || low_material || pv_node ||
                         in_check_now || tt_fail_low;
             if (!skip) {
                 if (static_eval >= beta + p.SEP_margin * depth) return beta;
+                // A smaller surplus still holds at depths 1 and 2 unless a piece
+                // of ours hangs for as much as the surplus less a pawn.
                 if (depth < 3) {
                     bool hanging = false;
                     Bitboard occ = all_pieces(pos);
@@ -318,16 +333,18 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
                 }
             }
         }
+        // ProbCut: a capture that wins material (exchange above a pawn) and
+        // holds beta + 125 four plies shallower almost surely holds beta here;
+        // 125 covers what the shallower search misjudges.
         if (depth > 4 && !low_material && !pv_node && !tt_fail_low) {
             MoveEntry* list = ss.move_list;
             MoveEntry* end = gen_pawn_captures(pos, side, list);
             end = gen_piece_captures(pos, side, end);
             end = gen_promotions(pos, side, end);
-            end->move = kMoveListEnd;
-            td.stack[ply + 1].move_list = end + 1;
+            end_move_list(td, ply, end);
             score_moves(td, pos, list);
             int threshold = beta + 125;
-            uint16_t child_pv[kMaxPly];
+            PrincipalVariation child_pv;
             for (MoveEntry* e = list; e->move != kMoveListEnd; e++) {
                 pick_best(e);
                 Move m = e->move;
@@ -341,11 +358,14 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
                 if (score >= threshold) return beta;
             }
             ss.current = nullptr;
-            td.stack[ply + 1].move_list = ss.move_list;
+            no_move_list(td, ply);
         }
     }
 
-    // 16. Null move.
+    // Null move: if passing still holds beta at a reduced depth (R = 3; 4 deep
+    // when the side has more than a rook's worth of pieces), a real move will
+    // too. Not within two plies of another pass, not in check, not with little
+    // material, where passing may be the only good move (zugzwang).
     if (depth >= p.NMP_depth && static_eval > beta + 11 && !tt_fail_low && !low_material && !pv_node &&
         !in_check_now) {
         int hc = td.history_count;
@@ -356,11 +376,13 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
             if (move_trace_hook) move_trace_hook(pos, 0);
             ss.current = nullptr;
             make_null_move(pos);
-            uint16_t child_pv[kMaxPly];
+            PrincipalVariation child_pv;
             int score = -search(pos, side ^ 1, ply + 1, new_depth - 1, -beta, -alpha, 0, child_pv);
             unmake_null_move(pos);
             if (stop_signal.load(std::memory_order_relaxed)) return 0;
             if (score >= beta) {
+                // Deep nodes verify the cut-off with a search 4 plies shallower
+                // instead of trusting it, which guards against zugzwang.
                 if (depth < 5) return beta;
                 depth -= 4;
                 ss.depth = static_cast<int16_t>(depth);
@@ -370,7 +392,9 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
 
     ss.tt_score = static_cast<int16_t>(tt_score);
 
-    // 18. Internal iterative deepening.
+    // Internal iterative deepening finds a first move for a node the table
+    // gave none (or only a shallow one), 3 to 5 plies shallower; not in a
+    // node so far below alpha (2 pawns) that it fails low whatever the order.
     int iid_depth = (pv_node || depth < 5) ? depth - 3 : depth - 5 + (depth < 11 ? 1 : 0);
     if (iid_depth >= 1 && (tt_depth < iid_depth || ss.hash_move == 0) && static_eval >= alpha - 199) {
         ss.in_iid = 1;
@@ -378,7 +402,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
         ss.in_iid = 0;
         if (stop_signal.load(std::memory_order_relaxed)) return 0;
         ss.tt_score = static_cast<int16_t>(s);
-        if (s > alpha) ss.hash_move = pv[ply];
+        if (s > alpha) ss.hash_move = ss.best_move;
     }
 
     int score = search_moves(pos, side, ply, depth, alpha, beta, in_check_now, pv_node, pv);
@@ -388,26 +412,30 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
 }
 
 int search_moves(Position& pos, int side, int ply, int depth, int alpha, int beta, bool in_check_now,
-                 int pv_node, uint16_t* pv) {
+                 int pv_node, PrincipalVariation& pv) {
     ThreadData& td = owner_of(pos);
     SearchStackEntry& ss = td.stack[ply];
     const EngineParams& p = params;
 
-    pv[ply] = 0;
+    pv.clear();
     ss.legal_moves = 0;
     ss.stage = STAGE_HASH_MOVE;
-    int best = -10000;
+    int best = -kInfinite;
     Move best_move = 0;
     const uint8_t entry_credit = td.extension_credit;
     const int alpha_in = alpha, beta_in = beta;
 
+    // Late moves are pruned only near the horizon of a non-PV node out of
+    // check; they are reduced only while the node's horizon (ply + depth)
+    // still reaches past half the iteration depth, so that a line already
+    // cut short by reductions is not cut again.
     bool lmp_on = depth <= p.LMP_depth && !in_check_now && !ss.in_iid && !pv_node;
     bool lmr_on = depth >= p.LMR_depth && !in_check_now && td.iteration_depth.load(std::memory_order_relaxed) / 2 < ply + depth;
     int failed = 0;
     int static_eval = ss.static_eval;
     int grand_eval = ply >= 2 ? td.stack[ply - 2].static_eval : static_eval;
     int depth_index = std::min(depth, 69);
-    uint16_t child_pv[kMaxPly];
+    PrincipalVariation child_pv;
 
     while (MoveEntry* e = next_move(td, pos, ply, in_check_now)) {
         Move m = e->move;
@@ -418,18 +446,25 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
         bool castling = type == kKing && (move_to(m) - move_from(m) == 2 || move_from(m) - move_to(m) == 2 ||
                                           (pos.pieces[side][0] & square_bit(move_to(m))));
 
-        // Late-move pruning.
+        // Late-move pruning: after LMP_count moves per ply of depth have failed,
+        // a quiet move that neither threatens something (or is ordered as a
+        // killer or counter move, above 39) nor keeps its material is skipped.
         int cnl = -1;  // capture_not_losing, computed when first needed
         auto not_losing = [&]() {
             if (cnl < 0) cnl = capture_not_losing(pos, m) ? 1 : 0;
             return cnl == 1;
         };
-        if (lmp_on && best > -9698 && flags == 0 && failed > p.LMP_count * depth && !castling) {
+        if (lmp_on && !is_mated(best) && flags == 0 && failed > p.LMP_count * depth && !castling) {
             bool threat_ok = e->score > 39 || creates_threat(pos, side, *e);
             if (!(threat_ok && not_losing())) continue;
         }
 
-        // Late-move reduction.
+        // Late-move reduction: quiet moves by the table, one ply more for a
+        // badly ordered move (below 21: no killer, a weak history) once four
+        // have failed when it loses material or the evaluation is falling
+        // (150 below two plies ago). A check or capture that loses material
+        // loses one ply; safe ones, discovered checks and well-ordered safe
+        // quiet moves (40 and up) none.
         int r = 0;
         if (lmr_on) {
             if (flags) {
@@ -444,7 +479,11 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
             if (depth - r < 1) r = depth - 1;
         }
 
-        // Fractional extensions.
+        // Fractional extensions, in sixteenths of a ply that add up along the
+        // line: a discovered check, or a safe check or pawn push to the seventh,
+        // a full ply in PV nodes and at the horizon and half a ply elsewhere; a
+        // capture half (or a quarter) of that near the root and half again
+        // deeper, so that exchanges are resolved without blowing up the tree.
         ss.extended = 0;
         int d = depth;
         if (!in_check_now) {
@@ -477,8 +516,11 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
         ss.current = e;
         make_move(pos, m);
 
+        // Principal-variation search: the first move with the full window, the
+        // others with a null window at the reduced depth, searched again in
+        // full when they beat alpha (a quiet one earns a history bonus then).
         int score;
-        if (best == -10000 || d < 2) {
+        if (best == -kInfinite || d < 2) {
             score = -search(pos, side ^ 1, ply + 1, d - 1, -beta, -alpha, pv_node, child_pv);
         } else {
             score = -search(pos, side ^ 1, ply + 1, d - r - 1, -alpha - 1, -alpha, 0, child_pv);
@@ -492,6 +534,8 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
         if (stop_signal.load(std::memory_order_relaxed)) return 0;
         ss.legal_moves++;
 
+        // History: quiet moves that beat alpha gain, the others lose a little;
+        // a deep cut-off counts twice.
         if (score <= alpha) failed++;
         if (e->victim == 0 && !in_check_now) {
             int16_t& h = td.history_table[e->mover][move_to(m)];
@@ -505,14 +549,15 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
         if (score > best) {
             best = score;
             best_move = m;
-            pv[ply] = m;
-            alpha = std::max(alpha, score);
-            if (score >= beta) break;
-            copy_line(pv, child_pv, ply + 1);
+            if (score > alpha) {
+                alpha = score;
+                if (score >= beta) break;
+                pv.update(m, child_pv);
+            }
         }
     }
 
-    if (ss.legal_moves == 0) best = in_check_now ? ply - 10000 : draw_value[side];
+    if (ss.legal_moves == 0) best = in_check_now ? mated_in(ply) : draw_value[side];
 
     if (hash_mode && depth >= 0) tt_store(full_key(pos), side, ply, depth, alpha_in, beta_in, best, best_move);
 

@@ -4,5 +4,5 @@ SearchResult search_result;
 
 void reset_search_result() {
     search_result = SearchResult{};
-    for (int d = 0; d < kMaxPly; d++) search_result.depth_score[d] = -10000;
+    for (int d = 0; d < kMaxPly; d++) search_result.depth_score[d] = -kInfinite;
 }

@@ -5,12 +5,14 @@
 
 #include <cstdint>
 
+#include "core/score.h"
+
 inline constexpr int kMaxPly = 70;  // search stack and principal-variation length
 
 struct SearchResult {
     uint16_t best_move = 0;     // pv[1]
     uint16_t ponder_move = 0;   // pv[2]
-    int16_t score = -10000;
+    int16_t score = -kInfinite;
     int16_t depth = 0;
     uint16_t pv[kMaxPly] = {};  // index 1 = best move, zero-terminated
     double elapsed = 0.0;       // seconds, set by sum_counters
@@ -33,5 +35,5 @@ struct SearchResult {
 
 extern SearchResult search_result;
 
-// Resets the result for a new search: no move, score -10000, depth 0.
+// Resets the result for a new search: no move, score -kInfinite, depth 0.
 void reset_search_result();

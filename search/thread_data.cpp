@@ -14,10 +14,9 @@ int allocate_thread_data(int index) {
     td->thread_index = static_cast<uint8_t>(index);
     td->perturb_seed = uint32_t(index) * 123;
     td->pos.owner = td;
-    td->state.store(0);
+    td->state.store(WORKER_IDLE);
     td->ply = 1;
-    td->stack[0].move_list = td->move_buffer;
-    td->stack[1].move_list = td->move_buffer;
+    reset_move_lists(*td);
     td->eval.trace_thread = index == 1;
     thread_table[index] = td;
     return 0;
@@ -43,6 +42,18 @@ void copy_game_position(ThreadData& to, const ThreadData& from) {
     to.history_count = static_cast<int16_t>(count);
     std::memcpy(to.history, from.history + skip, sizeof(HistoryEntry) * (count + 1));
     to.history[count].move = 0;
+}
+
+const char* thread_block_fault(const ThreadData& td) {
+    if (td.thread_index > kMaxThreads || thread_table[td.thread_index] != &td)
+        return "the block is not in its slot of the thread table";
+    if (td.pos.owner != &td) return "the block's position belongs to another block";
+    if (td.history_count < 0 || td.history_count > kGameHistoryLimit)
+        return "the history leaves no room for a search";
+    if (td.history_count > 0 && td.last_move != td.history[td.history_count - 1].move)
+        return "the last move is not the history's last entry";
+    if (td.ply != 1) return "the root is not at ply 1";
+    return position_fault(td.pos);
 }
 
 void forget_cached_evaluations(int last_block) {

@@ -1,8 +1,10 @@
 #pragma once
 // The per-thread block: the thread's own copy of the position and its move
-// history, the search stack, the move buffer, ordering memories, per-search
+// history, the search stack with the picker's stages, the move buffer and
+// the three functions that hand out its room, ordering memories, per-search
 // results and counters, and the evaluation's caches. Block 0 belongs to the
 // main thread and holds the game position; blocks 1..64 belong to workers.
+// Debug builds check a block before it searches.
 //
 // Fields the main thread or other workers read while a search runs are
 // atomics (relaxed): state, iteration_depth, root_score, root_state, root_pv,
@@ -10,9 +12,11 @@
 // only by the owning thread.
 
 #include <atomic>
+#include <cassert>
 #include <cstdint>
 
 #include "board/position.h"
+#include "board/position_check.h"
 #include "board/types.h"
 #include "eval/eval_info.h"
 #include "eval/evaluate.h"
@@ -20,16 +24,25 @@
 
 inline constexpr int kMaxThreads = 64;
 
-// Move-selection stages of the staged picker.
+// The stages of the move picker (search/move_picker.h), kept in the stack
+// entry between calls. The gaps in the numbering are stages no node uses.
 enum : uint8_t {
-    STAGE_HASH_MOVE = 0,
-    STAGE_GEN_CAPTURES = 1,
-    STAGE_GOOD_CAPTURES = 3,
-    STAGE_GEN_QUIETS = 4,
-    STAGE_SORTED_QUIETS = 6,
-    STAGE_REST = 7,
+    STAGE_HASH_MOVE = 0,       // the table's (or internal deepening's) move alone
+    STAGE_GEN_CAPTURES = 1,    // generate and score captures and promotions
+    STAGE_GOOD_CAPTURES = 3,   // best first, while they pass the exchange test
+    STAGE_GEN_QUIETS = 4,      // append and score the quiet moves
+    STAGE_QUIETS_AND_LOSING_CAPTURES = 6,  // best first over all that is left
+    STAGE_REMAINING = 7,       // the rest in list order, unsorted
     STAGE_DONE = 8,
 };
+
+// The state byte a worker polls. count_searching() adds these up, so idle
+// must stay 0 and only a searching or exiting worker counts.
+enum : uint8_t { WORKER_IDLE = 0, WORKER_SEARCH = 1, WORKER_EXIT = 99 };
+
+// What the root search is doing with its current move, for the time
+// manager: failing low or high asks for more time.
+enum : uint8_t { ROOT_NORMAL = 0, ROOT_FAIL_LOW = 1, ROOT_FAIL_HIGH = 2, ROOT_ABANDONED = 99 };
 
 // Move classification bits (move_flags).
 enum : uint8_t {
@@ -61,7 +74,7 @@ struct SearchStackEntry {
     uint16_t killer1, killer2;
     uint16_t killer_evasion;
     uint8_t stage;
-    MoveEntry* move_list;   // start of this ply's list in the move buffer
+    MoveEntry* move_list;   // start of this ply's list in the move buffer (see end_move_list)
     MoveEntry* list_end;    // the end mark of the list as generated so far
     MoveEntry* next;        // next list entry the picker looks at
     MoveEntry* current;     // entry being searched (null for a null move)
@@ -72,11 +85,10 @@ inline constexpr int kMoveBufferSize = (kMaxPly + 1) * kMaxMoves;
 
 struct ThreadData : BoardHistory {
     uint8_t thread_index;
-    std::atomic<uint8_t> state;  // 0 idle, 1 searching, 99 exit requested
+    std::atomic<uint8_t> state;  // WORKER_IDLE, WORKER_SEARCH, WORKER_EXIT
     uint32_t perturb_seed;
 
     Position pos;
-    Position root_position;  // pos as the search began, for checking printed lines
 
     SearchStackEntry stack[kMaxPly];
     MoveEntry move_buffer[kMoveBufferSize];
@@ -89,7 +101,7 @@ struct ThreadData : BoardHistory {
     uint8_t completed_depth;
     uint8_t seldepth;
     std::atomic<int16_t> root_score;
-    std::atomic<uint8_t> root_state;  // 0 normal, 1 failing low, 2 failing high, 99 abandoned
+    std::atomic<uint8_t> root_state;  // ROOT_NORMAL .. ROOT_ABANDONED
     std::atomic<uint16_t> root_pv[kMaxPly];  // index 1 = root move, zero-terminated
     uint64_t nodes_at_depth[kMaxPly];
     std::atomic<int16_t> score_at_depth[kMaxPly];
@@ -105,6 +117,31 @@ struct ThreadData : BoardHistory {
 
     EvalThreadState eval;
 };
+
+// Move storage. The lists of one line of the search lie back to back in the
+// thread's move buffer, each ply's list starting right behind its parent's
+// end mark, so nothing is allocated per node. These three functions are the
+// only ones that hand out that room.
+
+// The root's list starts at the beginning of the buffer.
+inline void reset_move_lists(ThreadData& td) {
+    td.stack[0].move_list = td.move_buffer;
+    td.stack[1].move_list = td.move_buffer;
+}
+
+// The list of `ply` ends at `end`: writes the end mark there, and the next
+// ply's list starts behind it. A list may grow again from its end mark
+// (quiet moves after the captures) and is then ended anew.
+inline void end_move_list(ThreadData& td, int ply, MoveEntry* end) {
+    assert(end + 1 + kMaxMoves <= td.move_buffer + kMoveBufferSize);
+    end->move = kMoveListEnd;
+    td.stack[ply].list_end = end;
+    td.stack[ply + 1].move_list = end + 1;
+}
+
+// `ply` holds no list now (a new node, or one whose ProbCut list is done
+// with): a child searched from here may use the room from this ply's start.
+inline void no_move_list(ThreadData& td, int ply) { td.stack[ply + 1].move_list = td.stack[ply].move_list; }
 
 // Counters are written only by their own thread; a relaxed load and store
 // is enough and costs what a plain increment costs.
@@ -125,6 +162,19 @@ void free_thread_data(int index);
 
 // Copies the game position and history of block 0 into the block.
 void copy_game_position(ThreadData& to, const ThreadData& from);
+
+// What is wrong with a block about to search, or nullptr: it must sit in its
+// slot of the table, its position must be its own and consistent, and its
+// history must leave room for a search and end in the last move.
+const char* thread_block_fault(const ThreadData& td);
+
+// Compiled away in Release builds (NDEBUG); in Debug builds stops the
+// program when a block about to search is unsound.
+inline void assert_block_sound([[maybe_unused]] const ThreadData& td) {
+#ifndef NDEBUG
+    if (const char* fault = thread_block_fault(td)) abort_on_position_fault(td.pos, fault);
+#endif
+}
 
 // Empties the evaluation caches and pawn hashes of blocks 1..last_block: what
 // they hold was computed with parameters that have since changed.

@@ -36,20 +36,20 @@ void* worker(void* arg) {
         std::exit(0);
     }
     ThreadData* td = thread_table[index];
-    td->state.store(0);
+    td->state.store(WORKER_IDLE);
     workers_ready.fetch_add(1);
     for (;;) {
         uint8_t s = td->state.load();
-        if (s == 0) {
+        if (s == WORKER_IDLE) {
             sleep_ms(1);
             continue;
         }
-        if (s == 99) {
-            td->state.store(0);
+        if (s == WORKER_EXIT) {
+            td->state.store(WORKER_IDLE);
             return nullptr;
         }
         iterative_deepening(index);
-        td->state.store(0);
+        td->state.store(WORKER_IDLE);
     }
 }
 
@@ -80,21 +80,21 @@ void search_and_wait(void (*serve_input)(), bool quiet_once_stopped) {
     start_workers();
     while (count_searching()) {
         check_time();
-        if (quiet_once_stopped && stop_signal.load() != 0) continue;
+        if (quiet_once_stopped && stop_signal.load() != STOP_RUN) continue;
         sleep_ms(1);
         serve_input();
     }
 }
 
 void stop_threads(int n) {
-    stop_signal = 99;
+    stop_signal = STOP_EXIT;
     while (count_searching()) sleep_ms(1);
     for (int i = 1; i <= n; i++)
-        if (thread_table[i]) thread_table[i]->state.store(99);
+        if (thread_table[i]) thread_table[i]->state.store(WORKER_EXIT);
     for (;;) {
         int busy = 0;
         for (int i = 1; i <= n; i++)
-            if (thread_table[i] && thread_table[i]->state.load()) busy++;
+            if (thread_table[i] && thread_table[i]->state.load() != WORKER_IDLE) busy++;
         if (!busy) break;
         sleep_ms(1);
     }
@@ -103,13 +103,13 @@ void stop_threads(int n) {
 void start_workers() {
     for (int i = 1; i <= threads; i++) {
         if (!thread_table[i]) continue;
-        thread_table[i]->state.store(1);
+        thread_table[i]->state.store(WORKER_SEARCH);
         if (i == 1 && threads > 1) sleep_ms(5);
     }
 }
 
 void prepare_search() {
-    stop_signal = 0;
+    stop_signal = STOP_RUN;
     shell.search_mode = shell.start_request;
     reset_search_result();
     last_change_depth = 0;
@@ -139,7 +139,7 @@ void prepare_search() {
         td->completed_depth = 0;
         td->seldepth = 0;
         td->root_score.store(0);
-        td->root_state.store(0);
+        td->root_state.store(ROOT_NORMAL);
         td->root_pv[1].store(0);
         td->nodes.store(0);
         td->tb_hits.store(0);

@@ -1,7 +1,7 @@
 #pragma once
 // The pool of worker threads. Each worker owns thread block `index` and runs
 // the whole iterative deepening on its own copy of the game position when
-// its state byte is set to 1; the main thread only prepares, starts, polls
+// its state byte is set to WORKER_SEARCH; the main thread only prepares, starts, polls
 // and stops them.
 
 #include <cstdint>
@@ -16,7 +16,7 @@ extern std::mutex output_lock;
 // until each has allocated its block. Returns 0 or the thread library's error.
 int start_threads(int n);
 
-// Stops any search (stop_signal 99), waits until every worker is idle, then
+// Stops any search (STOP_EXIT), waits until every worker is idle, then
 // tells workers 1..n to exit and waits until they have.
 void stop_threads(int n);
 

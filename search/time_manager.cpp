@@ -49,17 +49,21 @@ double compute_target_time(SearchLimits& l, int side, int plies, bool console) {
         return l.target_time;
     }
     if (l.time_mode == 0) {
+        // Sudden death: 38 moves to go at the start, one fewer each move, then 24.
         l.moves_to_go = static_cast<int16_t>(plies < 30 ? 38 - plies / 2 : 24);
     } else if (console) {
-        int n = l.time_mode;
-        l.moves_to_go = static_cast<int16_t>(n - ((plies / 2) % n));
+        const int period_moves = l.time_mode;
+        l.moves_to_go = static_cast<int16_t>(period_moves - ((plies / 2) % period_moves));
     }
-    int moves = std::max<int>(l.moves_to_go, 0);
-    double t = l.clock[side];
-    double target = t / (moves + 1);
+    const int moves = std::max<int>(l.moves_to_go, 0);
+    const double clock = l.clock[side];
+    double target = clock / (moves + 1);
+    // Pondering gets some of the opponent's time back.
     if (l.ponder_enabled && moves > 2) target *= 1.3;
-    if (l.increment > 0 && t > 4 * l.overhead) target += l.increment * t / (t + 2 * l.increment);
-    target = std::min(target, 0.65 * t - 4 * l.overhead);
+    // Most of an increment, less of it as the clock runs low.
+    if (l.increment > 0 && clock > 4 * l.overhead) target += l.increment * clock / (clock + 2 * l.increment);
+    // Never more than two thirds of the clock, never nothing.
+    target = std::min(target, 0.65 * clock - 4 * l.overhead);
     target = std::max(target, 0.002);
     l.target_time = target;
     return target;
@@ -70,9 +74,9 @@ void compute_target() {
     if (!game) return;
     int side = game->pos.side_to_move & 1;
     int plies = game->history_count;
-    bool console = shell.protocol_mode != 2;
+    bool console = shell.protocol_mode != PROTOCOL_UCI;
     compute_target_time(limits, side, plies, console);
-    if (shell.noise >= 9999) return;
+    if (shell.noise >= kSilentNoise) return;
     char fen[kFenBufferSize];
     position_to_fen(game->pos, fen);
     if (!console) {
@@ -88,13 +92,13 @@ void compute_target() {
 namespace {
 
 void stop_search_now(int published_depth) {
-    if (published_depth > 1) stop_signal = shell.search_mode == 1 ? 1 : 2;
+    if (published_depth > 1) stop_signal = shell.search_mode == SEARCH_REPORT ? STOP_REPORT : STOP_ABANDON;
 }
 
 }  // namespace
 
 void check_time_at(double seconds) {
-    if (stop_signal.load() || shell.search_mode == 2) return;
+    if (stop_signal.load() != STOP_RUN || shell.search_mode == SEARCH_PONDER) return;
     int pub_depth, pub_score;
     uint16_t pub_move;
     {
@@ -117,44 +121,49 @@ void check_time_at(double seconds) {
     ThreadData* first = thread_table[1];
     if (!first) return;
 
-    int d = first->iteration_depth.load(std::memory_order_relaxed);
-    if (d < 1) d = 1;
-    if (d >= kMaxPly) d = kMaxPly - 1;
-    int prev = first->score_at_depth[d - 1].load(std::memory_order_relaxed);
-    int m = std::abs(prev) >= 800 ? 65 : std::abs(prev) / 16 + 15;
+    // The first worker's running iteration and the score of the one before.
+    int depth = first->iteration_depth.load(std::memory_order_relaxed);
+    if (depth < 1) depth = 1;
+    if (depth >= kMaxPly) depth = kMaxPly - 1;
+    const int prev_score = first->score_at_depth[depth - 1].load(std::memory_order_relaxed);
+    // What counts as a drop: more of a score that is already large.
+    const int drop_unit = std::abs(prev_score) >= 800 ? 65 : std::abs(prev_score) / 16 + 15;
 
-    int x = 0;
+    // Time on top of the target, in percent of what is left on the clock.
+    int extra_percent = 0;
     for (int i = 1; i <= threads; i++) {
         ThreadData* td = thread_table[i];
-        if (!td || td->iteration_depth.load(std::memory_order_relaxed) < d) continue;
+        if (!td || td->iteration_depth.load(std::memory_order_relaxed) < depth) continue;
         uint16_t move = td->root_pv[1].load(std::memory_order_relaxed);
         int score = td->root_score.load(std::memory_order_relaxed);
         int state = td->root_state.load(std::memory_order_relaxed);
         if (move == pub_move) {
-            if (score < pub_score && state == 1) x = 20;
+            // The published move is failing low: find out how bad it is.
+            if (score < pub_score && state == ROOT_FAIL_LOW) extra_percent = 20;
         } else if (score > pub_score) {
-            if (state == 2) x = std::max(x, 2);
-            if (score > pub_score + 20) x = std::max(x, 12);
+            // Another move is about to take over: let it finish.
+            if (state == ROOT_FAIL_HIGH) extra_percent = std::max(extra_percent, 2);
+            if (score > pub_score + 20) extra_percent = std::max(extra_percent, 12);
         }
     }
-    int s = pub_score;
-    if (s < prev - 4 * m)
-        x = 20;
-    else if (s < prev - 2 * m)
-        x = std::max(x, 8);
-    else if (s < prev - m)
-        x = std::max(x, 4);
+    if (pub_score < prev_score - 4 * drop_unit)
+        extra_percent = 20;
+    else if (pub_score < prev_score - 2 * drop_unit)
+        extra_percent = std::max(extra_percent, 8);
+    else if (pub_score < prev_score - drop_unit)
+        extra_percent = std::max(extra_percent, 4);
 
-    int changed = last_change_depth.load(std::memory_order_relaxed);
-    if (d > 6 && d - 1 <= changed && x == 0) x = 1;
-
-    double f = (x == 0 && d > 6 && changed < d - 3) ? 0.85 : 1.0;
-    double limit = f * limits.target_time + x * 0.01 * remaining;
+    // A best move that changed in the last iteration is not settled yet; one
+    // that has held for three iterations needs less than the target.
+    const int changed = last_change_depth.load(std::memory_order_relaxed);
+    if (depth > 6 && depth - 1 <= changed && extra_percent == 0) extra_percent = 1;
+    const double target_share = (extra_percent == 0 && depth > 6 && changed < depth - 3) ? 0.85 : 1.0;
+    double limit = target_share * limits.target_time + extra_percent * 0.01 * remaining;
     if (limits.time_mode != 1) limit -= limits.overhead;
 
     if (seconds < limit) {
         int easy = easy_move.load(std::memory_order_relaxed);
-        if (easy == 1 || (easy == 2 && seconds >= 0.5 * limits.target_time)) stop_signal = 1;
+        if (easy == 1 || (easy == 2 && seconds >= 0.5 * limits.target_time)) stop_signal = STOP_REPORT;
         if (limits.time_mode != 1 && remaining < 5 * limits.overhead) stop_search_now(pub_depth);
         return;
     }

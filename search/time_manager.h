@@ -16,7 +16,7 @@ void read_clock(int reset);
 double elapsed_now();
 
 // Fills limits.moves_to_go (clock modes) and limits.target_time for the game
-// position and prints the start lines unless noise >= 9999.
+// position and prints the start lines unless the noise silences them.
 void compute_target();
 
 // The target for explicit inputs: side to move, plies played since the

@@ -1,6 +1,8 @@
 #include "search/transposition_table.h"
 
+#include "board/legal_line.h"
 #include "board/position.h"
+#include "core/score.h"
 
 #include <sys/mman.h>
 
@@ -20,7 +22,6 @@ double hash_fill = 0.0;
 
 namespace {
 
-constexpr int kMateBound = 9696;  // beyond this a score is a mate score
 // tt_clear empties the ordinary entries and this many of the spare ones.
 constexpr uint64_t kClearedSpares = 16;
 
@@ -128,24 +129,12 @@ void tt_sample_fill() {
     hash_fill = count * 0.001;
 }
 
-int tt_score_to_table(int score, int ply) {
-    if (score < -kMateBound - 1) return score - ply;
-    if (score > kMateBound) return score + ply;
-    return score;
-}
-
-int tt_score_from_table(int score, int ply) {
-    if (score < -kMateBound - 1) return score + ply;
-    if (score > kMateBound) return score - ply;
-    return score;
-}
-
 uint32_t tt_check_word(uint64_t full_key, uint16_t move, int16_t score) {
     return uint32_t(full_key) ^ (uint32_t(move) << 16) ^ uint32_t(int32_t(score) + 15000);
 }
 
-TTRead tt_read(uint64_t full_key, int side, int ply, const uint8_t* board) {
-    TTRead r{0, -10000, -99, 0, false};
+TTRead tt_read(uint64_t full_key, int side, int ply, const Position& pos) {
+    TTRead r{0, -kInfinite, -99, 0, false};
     HashEntry* slot = tt_bucket(full_key, side);
     uint32_t key_high = uint32_t(full_key >> 32);
     for (int i = 0; i < 4; i++, slot++) {
@@ -162,21 +151,17 @@ TTRead tt_read(uint64_t full_key, int side, int ply, const uint8_t* board) {
             r.depth = -98;
             return r;
         }
-        if (e.move) {
-            int from = (e.move >> 8) & 63, to = e.move & 63;
-            uint8_t pf = board[from], pt = board[to];
-            // A move onto an own piece can only be castling written as the
-            // king taking its rook (Chess960); is_legal checks the right.
-            bool onto_own = pt != 0 && (pt >> 3) == side;
-            if (pf == 0 || (pf >> 3) != side || (onto_own && !((pf & 7) == kKing && (pt & 7) == kRook))) {
-                r.depth = -97;
-                return r;
-            }
+        // The move must be one this position's generator could produce: a
+        // stale entry of another position that shares the key is a miss, and
+        // make_move never sees a move it cannot play.
+        if (e.move && !is_pseudo_legal(pos, e.move)) {
+            r.depth = -97;
+            return r;
         }
         if (e.depth < -10) return r;
         r.hit = true;
         r.move = e.move;
-        r.score = static_cast<int16_t>(tt_score_from_table(e.score, ply));
+        r.score = static_cast<int16_t>(score_from_tt(e.score, ply));
         r.depth = e.depth;
         r.bound = e.bound;
         return r;
@@ -187,7 +172,7 @@ TTRead tt_read(uint64_t full_key, int side, int ply, const uint8_t* board) {
 void tt_store(uint64_t full_key, int side, int ply, int depth, int alpha, int beta,
               int best_score, uint16_t best_move) {
     uint8_t bound = best_score >= beta ? BOUND_LOWER : (best_score > alpha ? BOUND_EXACT : BOUND_UPPER);
-    int16_t score = static_cast<int16_t>(tt_score_to_table(best_score, ply));
+    int16_t score = static_cast<int16_t>(score_to_tt(best_score, ply));
     HashEntry* bucket = tt_bucket(full_key, side);
     uint32_t key_high = uint32_t(full_key >> 32);
 

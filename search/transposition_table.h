@@ -1,10 +1,13 @@
 #pragma once
 // The transposition table shared by all search threads. No locks: every
 // entry carries a check word over its key, move and score, so a torn write
-// by two threads reads back as a miss. Entries are accessed as two relaxed
+// by two threads reads back as a miss, and so does an entry whose move the
+// probing position cannot play. Entries are accessed as two relaxed
 // 64-bit atomic words, which costs nothing on x86 and keeps the race benign.
 
 #include <cstdint>
+
+struct Position;
 
 struct HashEntry {
     uint32_t key_high;   // high half of the position's full key
@@ -65,16 +68,13 @@ inline void tt_prefetch(uint64_t full_key, int side) {
 // Samples 1000 entries from the middle of the table into hash_fill.
 void tt_sample_fill();
 
-// Mate scores are kept relative to the node that stored them.
-int tt_score_to_table(int score, int ply);
-int tt_score_from_table(int score, int ply);
-
 uint32_t tt_check_word(uint64_t full_key, uint16_t move, int16_t score);
 
 // Result of looking a position up. depth is -99 on a miss (no slot with the
-// key), -98 on a check-word mismatch, -97 on an implausible move, and the
+// key), -98 on a check-word mismatch, -97 on a move that is not pseudo-legal
+// in the probing position, and the
 // stored depth otherwise (a hit when >= -10). score is already converted to
-// this node's ply; -10000 on a miss.
+// this node's ply; -kInfinite on a miss.
 struct TTRead {
     uint16_t move;
     int16_t score;
@@ -84,8 +84,8 @@ struct TTRead {
 };
 
 // Looks the key up; refreshes the generation of a slot whose key matches.
-// board is the mailbox of the probing position (plausibility of the move).
-TTRead tt_read(uint64_t full_key, int side, int ply, const uint8_t* board);
+// pos is the probing position, whose side to move is `side`.
+TTRead tt_read(uint64_t full_key, int side, int ply, const Position& pos);
 
 // Stores a node's result; alpha and beta as the node received them.
 void tt_store(uint64_t full_key, int side, int ply, int depth, int alpha, int beta,

@@ -43,7 +43,7 @@ void run_benchmark(int positions, bool summary) {
     if (!game) return;
 
     limits.move_time = 99.0;
-    shell.noise = 9999.0;
+    shell.noise = kSilentNoise;
     if (limits.max_depth > 40) limits.max_depth = 17;
     init_eval_tables();
     send_line("running benchmark");
@@ -56,16 +56,16 @@ void run_benchmark(int positions, bool summary) {
         read_clock(1);
         // Searched as a normal search, so that "stop" (and "quit") typed
         // meanwhile end this position's search as they would in play.
-        shell.start_request = 1;
+        shell.start_request = SEARCH_REPORT;
         prepare_search();
-        shell.start_request = 0;
+        shell.start_request = SEARCH_NONE;
         if (shell.pbench) {
             limits.max_depth = 17;
             iterative_deepening(0);
         } else {
             search_and_wait(read_command);
         }
-        shell.search_mode = 0;
+        shell.search_mode = SEARCH_NONE;
         double seconds = elapsed_now();
         sum_counters();
         total_nodes += double(search_result.nodes);

@@ -2,7 +2,9 @@
 
 #include <cstring>
 
+#include "core/shell_state.h"
 #include "core/words.h"
+#include "search/search_limits.h"
 
 static double clamp_seconds(double seconds) {
     if (!(seconds >= 0.0)) return 0.0;
@@ -16,13 +18,13 @@ void parse_command_line(int argc, const char* const* argv, CommandLine& line) {
         auto is = [word](const char* name) { return std::strcmp(word, name) == 0; };
 
         if (is("-uci")) {
-            line.protocol_mode = 2;
+            line.protocol_mode = PROTOCOL_UCI;
         } else if (is("-c")) {
-            line.protocol_mode = 0;
+            line.protocol_mode = PROTOCOL_CONSOLE;
         } else if (is("-nolog")) {
             line.log_enabled = 0;
         } else if (is("-quiet")) {
-            line.noise = 9999.0;
+            line.noise = kSilentNoise;
             line.log_enabled = 0;
         } else if (is("-uci_extra")) {
             line.uci_extra = 1;
@@ -49,7 +51,7 @@ void parse_command_line(int argc, const char* const* argv, CommandLine& line) {
             } else if (is("-d")) {
                 line.max_depth = static_cast<int>(read_clamped(value, 0, 66));
                 line.time_mode = 1;
-                line.move_time = 10000.0;
+                line.move_time = kUnlimitedMoveTime;
             } else if (is("-t")) {
                 line.time_mode = 1;
                 line.move_time = clamp_seconds(read_decimal(value));

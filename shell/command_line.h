@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "core/shell_state.h"
+
 enum class RunMode : uint8_t { normal_play, epd_runner, pgn_scanner, match, benchmark, tuner };
 
 // "--help" or "-h", and "--version": answered before the engine starts.
@@ -11,7 +13,7 @@ enum class InfoRequest : uint8_t { none, usage, version };
 
 struct CommandLine {
     // Start from the engine's defaults; switches overwrite them left to right.
-    int16_t protocol_mode = 2;
+    int16_t protocol_mode = PROTOCOL_UCI;
     int16_t log_enabled = 1;
     double noise = 0.0;
     int uci_extra = 0;

@@ -166,7 +166,7 @@ void print_principal_variation() {
     std::string line;
     int played = 0;
     while (played < kMaxPly && game_history_has_room()) {
-        TTRead entry = tt_read(full_key(pos), pos.side_to_move, 1, pos.board);
+        TTRead entry = tt_read(full_key(pos), pos.side_to_move, 1, pos);
         if (!entry.hit || !is_legal_move(pos, entry.move)) break;
         char coordinate[kMoveTextSize], san[kMoveTextSize], with_file[kMoveTextSize],
             with_rank[kMoveTextSize];
@@ -214,7 +214,7 @@ void start_analysis(const char* depth_text) {
         abandon_search_and_wait();
         tt_clear();
     }
-    shell.start_request = 3;
+    shell.start_request = SEARCH_ANALYSE;
 }
 
 }  // namespace
@@ -232,14 +232,14 @@ void execute_console_command(const char* line) {
         const char* fen = std::strstr(line, "fen") + 3;
         set_fen_command(*fen ? fen + 1 : fen);
     } else if (is("quit")) {
-        stop_signal = 2;
+        stop_signal = STOP_ABANDON;
         shell.quit_requested = 1;
     } else if (is("mv")) {
-        shell.start_request = 1;
+        shell.start_request = SEARCH_REPORT;
     } else if (is("go") || is("an")) {
         start_analysis(words[1]);
     } else if (is(".")) {
-        stop_signal = 2;
+        stop_signal = STOP_ABANDON;
     } else if (is("bd")) {
         show_game_position();
     } else if (is("level")) {
@@ -251,7 +251,7 @@ void execute_console_command(const char* line) {
     } else if (is("self")) {
         limits.ponder_enabled = 0;
         shell.self_play = 1;
-        shell.start_request = 1;
+        shell.start_request = SEARCH_REPORT;
     } else if (is("noise")) {
         double noise = read_decimal(words[1]);
         shell.noise = noise < 0.0 ? 0.0 : noise;

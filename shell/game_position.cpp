@@ -70,12 +70,12 @@ Move read_coordinate_move(const char* word) {
 }
 
 void finish_search_and_wait() {
-    if (stop_signal == 0) stop_signal = 1;
+    if (stop_signal == STOP_RUN) stop_signal = STOP_REPORT;
     while (count_searching() != 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 void abandon_search_and_wait() {
     if (count_searching() == 0) return;
-    stop_signal = 2;
+    stop_signal = STOP_ABANDON;
     while (count_searching() != 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }

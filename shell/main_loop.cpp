@@ -26,26 +26,26 @@ bool play_from_book() {
     if (!book_settings.own_book || game_block().history_count > book_settings.book_depth) return false;
     const Move move = book_probe(game_position(), false);
     if (move == kNoMove) return false;
-    send_line(shell.protocol_mode == 2 ? "info string book move" : "book move");
+    send_line(shell.protocol_mode == PROTOCOL_UCI ? "info string book move" : "book move");
     search_result.best_move = move;
     search_result.pv[1] = move;
     search_result.score = 0;
-    stop_signal = 1;
+    stop_signal = STOP_REPORT;
     return true;
 }
 
 void start_search() {
     read_clock(1);
-    prepare_search();  // search_mode takes start_request; stop_signal 0; result cleared
+    prepare_search();  // search_mode takes start_request; stop_signal STOP_RUN; result cleared
     const Position& pos = game_position();
     const char* reason = unsearchable_reason(pos);
     if (reason) {
-        send_linef(shell.protocol_mode == 2 ? "info string not searching: %s" : "not searching: %s",
+        send_linef(shell.protocol_mode == PROTOCOL_UCI ? "info string not searching: %s" : "not searching: %s",
                    reason);
     } else if (!play_from_book() && pos.fifty_count <= 100) {
         start_workers();
     }
-    shell.start_request = 0;
+    shell.start_request = SEARCH_NONE;
 }
 
 void print_console_summary() {
@@ -75,7 +75,7 @@ void continue_self_play() {
         return;
     }
     show_game_position();
-    shell.start_request = 1;
+    shell.start_request = SEARCH_REPORT;
 }
 
 // Standard input has ended, so no "stop" or "ponderhit" can come any more.
@@ -83,11 +83,12 @@ void continue_self_play() {
 // runs on and is reported; a ponder search or one without a finite limit is
 // stopped and reported now. The engine leaves once nothing is owed.
 void finish_after_end_of_input() {
-    if (shell.start_request == 0 && shell.search_mode == 0) {
+    if (shell.start_request == SEARCH_NONE && shell.search_mode == SEARCH_NONE) {
         shell.quit_requested = 1;
-    } else if (shell.search_mode != 0 && (shell.search_mode == 2 || !has_finite_limit(limits))) {
-        if (stop_signal == 0) stop_signal = 1;
-        if (shell.search_mode == 2) shell.search_mode = 1;
+    } else if (shell.search_mode != SEARCH_NONE &&
+               (shell.search_mode == SEARCH_PONDER || !has_finite_limit(limits))) {
+        if (stop_signal == STOP_RUN) stop_signal = STOP_REPORT;
+        if (shell.search_mode == SEARCH_PONDER) shell.search_mode = SEARCH_REPORT;
     }
 }
 
@@ -96,7 +97,7 @@ void finish_after_end_of_input() {
 void report_search() {
     sum_counters();
     print_search_line(1, 0, search_result.depth, search_result.score, search_result.pv);
-    if (shell.protocol_mode == 2) {
+    if (shell.protocol_mode == PROTOCOL_UCI) {
         char best[kMoveTextSize];
         char ponder[kMoveTextSize];
         move_to_text(search_result.best_move, best);
@@ -108,15 +109,15 @@ void report_search() {
         print_console_summary();
         if (shell.self_play) continue_self_play();
     }
-    shell.search_mode = 0;
+    shell.search_mode = SEARCH_NONE;
 }
 
 void run_normal_play() {
     tb_init(SyzygyPath);
     init_eval_tables();
     set_game_fen(kStartFen);
-    if (shell.protocol_mode == 0) print_board(game_position());
-    shell.start_request = 0;
+    if (shell.protocol_mode == PROTOCOL_CONSOLE) print_board(game_position());
+    shell.start_request = SEARCH_NONE;
     shell.quit_requested = 0;
 
     while (!shell.quit_requested) {
@@ -124,16 +125,16 @@ void run_normal_play() {
         // a request made during a search never turns this into a busy loop.
         // The wait ends early when input arrives; once the workers have been
         // told to stop it is short, so the result follows them closely.
-        if (shell.start_request == 0 || shell.search_mode != 0) {
-            const bool stopping = stop_signal != 0 && count_searching() != 0;
+        if (shell.start_request == SEARCH_NONE || shell.search_mode != SEARCH_NONE) {
+            const bool stopping = stop_signal != STOP_RUN && count_searching() != 0;
             wait_for_input(console_input, stopping ? 1 : 5);
             check_time();
             read_command();
             if (shell.quit_requested) break;
         }
-        if (shell.start_request != 0 && shell.search_mode == 0) start_search();
+        if (shell.start_request != SEARCH_NONE && shell.search_mode == SEARCH_NONE) start_search();
         if (input_exhausted(console_input)) finish_after_end_of_input();
-        if (shell.search_mode != 0 && shell.search_mode != 2 && count_searching() == 0)
+        if (shell.search_mode != SEARCH_NONE && shell.search_mode != SEARCH_PONDER && count_searching() == 0)
             report_search();
     }
     // The shutdown frees the table before it stops the workers, so no search

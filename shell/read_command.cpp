@@ -19,12 +19,12 @@ void read_command() {
             return;
         case TakenLine::overlong:
             send_linef("%sinput line longer than %d bytes ignored",
-                       shell.protocol_mode == 2 ? "info string " : "", kMaxCommandLength);
+                       shell.protocol_mode == PROTOCOL_UCI ? "info string " : "", kMaxCommandLength);
             return;
         case TakenLine::line:
             break;
     }
-    if (shell.protocol_mode == 2 || std::strcmp(next_token(command.c_str()).text, "uci") == 0)
+    if (shell.protocol_mode == PROTOCOL_UCI || std::strcmp(next_token(command.c_str()).text, "uci") == 0)
         execute_uci_command(command.c_str());
     else
         execute_console_command(command.c_str());

@@ -50,7 +50,7 @@ void set_defaults() {
     threads = 1;
     hash_size_mb = 64;
     hash_mode = 1;
-    stop_signal = 0;
+    stop_signal = STOP_RUN;
 }
 
 void apply_command_line(const CommandLine& line) {
@@ -73,7 +73,7 @@ void apply_command_line(const CommandLine& line) {
 // Every switch starts from the value it overrides.
 CommandLine command_line_defaults() {
     CommandLine line;
-    line.protocol_mode = 2;
+    line.protocol_mode = PROTOCOL_UCI;
     line.log_enabled = shell.log_enabled;
     line.noise = shell.noise;
     line.time_mode = limits.time_mode;

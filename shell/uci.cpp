@@ -93,13 +93,13 @@ void start_go(const char* arguments) {
     // interface never stopped) is finished and reported first: an interface
     // that stopped a ponder search waits for that report and would take the
     // next one as it, losing the new search's move.
-    if (shell.search_mode != 0) {
+    if (shell.search_mode != SEARCH_NONE) {
         finish_search_and_wait();
         report_search();
     }
-    stop_signal = 2;
+    stop_signal = STOP_ABANDON;
     limits.time_mode = 0;
-    shell.start_request = std::strstr(arguments, "ponder") ? 2 : 1;
+    shell.start_request = std::strstr(arguments, "ponder") ? SEARCH_PONDER : SEARCH_REPORT;
 
     auto seconds = [](int64_t ms) { return ms < 0 ? 0.0 : static_cast<double>(ms) * 0.001; };
     const int side = game_position().side_to_move;
@@ -166,15 +166,15 @@ void execute_uci_command(const char* line) {
     } else if (is("go")) {
         start_go(arguments_of(line, "go"));
     } else if (is("ponderhit")) {
-        if (shell.search_mode == 2) shell.search_mode = 1;
+        if (shell.search_mode == SEARCH_PONDER) shell.search_mode = SEARCH_REPORT;
     } else if (is("stop")) {
         // Stop while idle is ignored rather than reporting the last search again.
-        if (shell.search_mode != 0) {
-            stop_signal = 1;
-            shell.search_mode = 1;
+        if (shell.search_mode != SEARCH_NONE) {
+            stop_signal = STOP_REPORT;
+            shell.search_mode = SEARCH_REPORT;
         }
     } else if (is("quit")) {
-        stop_signal = 2;
+        stop_signal = STOP_ABANDON;
         shell.quit_requested = 1;
     }
 }

@@ -36,7 +36,7 @@ void print_uci_identification() {
     shell.log_enabled = 0;
     book_settings.own_book = false;
     send_line("uciok");
-    shell.protocol_mode = 2;
+    shell.protocol_mode = PROTOCOL_UCI;
 }
 
 namespace {

@@ -214,7 +214,7 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
     // The tuner changes parameters between runs.
     forget_cached_evaluations(limits.max_depth < kThreadedDepth ? 1 : threads);
 
-    const bool silent = shell.noise >= 9999.0;
+    const bool silent = shell.noise >= kSilentNoise;
     const uint32_t sample_offset = selector & kEpdSampleBits;
     uint32_t sample_counter = sample_offset;
     double nodes_since_input = 0.0;

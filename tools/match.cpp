@@ -167,7 +167,7 @@ void run_match(const char* pgn_file) {
     limits.move_time = kMoveSeconds;
     limits.clock[kWhite] = limits.clock[kBlack] = kMoveSeconds;
     limits.node_limit = static_cast<uint64_t>(std::rand() % 11 + 95) * 750;
-    shell.noise = 9999.0;
+    shell.noise = kSilentNoise;
     book_settings.book_variety = kBookVariety;
     send_line("Starting match...");
     if (book_count == 0) send_line("no book: every game repeats its opening for each colour");

@@ -13,6 +13,7 @@
 #include "core/line_file.h"
 #include "core/output.h"
 #include "core/progress.h"
+#include "core/score.h"
 #include "core/shell_state.h"
 #include "core/words.h"
 #include "search/thread_data.h"
@@ -76,7 +77,7 @@ void write_annotated_move(std::FILE* out, const Position& pos, const ScannedMove
         std::snprintf(prefix, sizeof prefix, "     ");
     char score[kFenBufferSize + 16] = "";
     const int raw = moves[i].score;
-    if (raw >= -9999) std::snprintf(score, sizeof score, "%6.2f", (i % 2 ? -raw : raw) / 100.0);
+    if (raw > -kInfinite) std::snprintf(score, sizeof score, "%6.2f", (i % 2 ? -raw : raw) / 100.0);
     if (looks_like_mistake(moves, count, i, result)) {
         char fen[kFenBufferSize];
         position_to_fen(pos, fen);

@@ -112,7 +112,7 @@ void run_tuning_pass() {
     }
     std::FILE* log = std::fopen("tune.log", "w");
     if (!log) return;
-    shell.noise = 9999.0;
+    shell.noise = kSilentNoise;
     limits.max_depth = 0;
 
     ProgressMeter progress("passes");
@@ -144,7 +144,7 @@ void tune_parameter(const char* name) {
     if (!name || !name[0]) return;
     copy_text(shell.epd_file, sizeof shell.epd_file, "tune.epd");
     limits.max_depth = 0;
-    shell.noise = 9999.0;
+    shell.noise = kSilentNoise;
     if (!tune_params_registered) register_tune_params();
     const int index = find_tune_param(name);
     if (index < 0 || !epd_file_readable()) {

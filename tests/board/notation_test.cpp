@@ -13,7 +13,7 @@ namespace {
 
 class NotationTest : public BoardTest {
 protected:
-    void TearDown() override { shell.protocol_mode = 2; }
+    void TearDown() override { shell.protocol_mode = PROTOCOL_UCI; }
 
     struct Forms {
         std::string coordinate, san, with_file, with_rank;
@@ -30,7 +30,7 @@ protected:
         Move m = 0;
         if (!parse_move(pos, text, &m)) return "";
         char buffer[kMoveTextSize];
-        shell.protocol_mode = 2;
+        shell.protocol_mode = PROTOCOL_UCI;
         return move_to_text(m, buffer);
     }
 };
@@ -38,11 +38,11 @@ protected:
 TEST_F(NotationTest, CoordinateText) {
     char buffer[kMoveTextSize];
     Move promo = encode_move(52, 60, kPromoteQueen);
-    shell.protocol_mode = 2;
+    shell.protocol_mode = PROTOCOL_UCI;
     EXPECT_STREQ(move_to_text(promo, buffer), "e7e8q");
     EXPECT_STREQ(move_to_text(encode_move(12, 28), buffer), "e2e4");
     EXPECT_STREQ(move_to_text(0, buffer), "null");
-    shell.protocol_mode = 0;
+    shell.protocol_mode = PROTOCOL_CONSOLE;
     EXPECT_STREQ(move_to_text(promo, buffer), "e7e8=Q");
     EXPECT_STREQ(move_to_text(encode_move(52, 60, kPromoteKnight), buffer), "e7e8=N");
 }

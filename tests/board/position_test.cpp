@@ -110,18 +110,42 @@ TEST_F(PositionTest, ForgivingPlacement) {
     EXPECT_EQ(pos.board[7], piece_code(kWhite, kKing));
     set("3x3k/8/8/8/8/8/8/K7 w - -");
     EXPECT_EQ(pos.board[56 + 7], piece_code(kBlack, kKing));
-    EXPECT_TRUE(placement_consistent(pos));
+    EXPECT_EQ(position_fault(pos), nullptr);
     // Pieces piling up on the h-file keep the first one.
     set("RRRRRRRRQ/8/8/8/8/8/8/8 w - -");
     EXPECT_EQ(pos.board[63], piece_code(kWhite, kRook));
     EXPECT_EQ(list_squares(pos, kWhite, kQueen).size(), 0u);
-    EXPECT_TRUE(placement_consistent(pos));
+    EXPECT_EQ(position_fault(pos), nullptr);
+}
+
+// The check that Debug builds run after every make and unmake finds each
+// kind of damage to one of the placement's copies or its sums.
+TEST_F(PositionTest, ConsistencyCheckFindsEachKindOfDamage) {
+    void (*const damage[])(Position&) = {
+        [](Position& p) { p.board[28] = piece_code(kWhite, kKnight); },
+        [](Position& p) { p.pieces[kBlack][kPawn] ^= square_bit(48); },
+        [](Position& p) { p.pieces[kWhite][0] ^= square_bit(0); },
+        [](Position& p) { p.piece_list[kWhite][kKnight][0] = 18; },
+        [](Position& p) { p.piece_list[kBlack][kKing][1] = 60; },
+        [](Position& p) { p.piece_counts[kBlack] += 1; },
+        [](Position& p) { p.phase_material[kWhite] -= 3; },
+        [](Position& p) { p.hash_key ^= 1; },
+        [](Position& p) { p.pawn_key ^= 1; },
+        [](Position& p) { p.board[kNoSquare] = 1; },
+    };
+    set(kKiwipeteFen);
+    EXPECT_EQ(position_fault(pos), nullptr);
+    for (std::size_t i = 0; i < std::size(damage); i++) {
+        Position copy = pos;
+        damage[i](copy);
+        EXPECT_NE(position_fault(copy), nullptr) << i;
+    }
 }
 
 TEST_F(PositionTest, PiecesBeyondListCapacityAreIgnored) {
     set("QQQQQQQQ/QQQQQQQQ/8/8/8/8/8/k6K w - -");
     EXPECT_EQ(list_squares(pos, kWhite, kQueen).size(), size_t(kMaxPiecesPerList));
-    EXPECT_TRUE(placement_consistent(pos));
+    EXPECT_EQ(position_fault(pos), nullptr);
     // Promotions to a full list are not generated, so nothing can overflow.
     set("QQ1QQQQQ/Q1P4Q/8/8/8/8/8/k6K w - -");
     MoveEntry moves[kMaxMoves];
@@ -157,7 +181,7 @@ TEST_F(PositionTest, GarbageFenNeverBreaksThePosition) {
             for (int i = int(rng() % 200); i > 0; i--) text += char(rng() % 255 + 1);
         }
         set(text.c_str());
-        ASSERT_TRUE(placement_consistent(pos)) << text;
+        ASSERT_EQ(position_fault(pos), nullptr) << text;
         MoveEntry moves[kMaxMoves];
         MoveEntry* end = generate_all(pos, moves);
         ASSERT_LT(end - moves, kMaxMoves);

@@ -28,20 +28,18 @@ TEST(PieceSquareTables, TablesSuppliedWholeByASettingsFileAreNotRecomputed) {
     EXPECT_EQ(p.pst[2][0].en, -45);
 }
 
-TEST(TuneParams, TableLayoutAndSelection) {
+TEST(TuneParams, SelectionByWholeNameOnly) {
     set_default_params(params);
     init_eval_tables();
     register_tune_params();
     ASSERT_EQ(tune_param_count, 129);
-    EXPECT_EQ(tune_params[0].value, &params.pawn_value_op);
-    EXPECT_STREQ(tune_params[64].name, "pst_a1");
-
     EXPECT_EQ(select_tune_param("Rook_value_op"), -1);  // case matters
     EXPECT_EQ(select_tune_param("rook_value"), -1);     // whole names only
-    for (int i = 0; i < tune_param_count; ++i) EXPECT_EQ(tune_params[i].active, 0);
-    EXPECT_EQ(select_tune_param("rook_value_en"), 7);
-    EXPECT_EQ(tune_params[7].active, 1);
-    tune_params[7].active = 0;
+    const int rook = select_tune_param("rook_value_en");
+    ASSERT_GE(rook, 0);
+    EXPECT_EQ(tune_params[rook].value, &params.rook_value_en);
+    for (int i = 0; i < tune_param_count; ++i) EXPECT_EQ(tune_params[i].active, i == rook) << i;
+    tune_params[rook].active = 0;
 }
 
 }  // namespace

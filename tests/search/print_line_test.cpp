@@ -1,25 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <regex>
 #include <string>
 
 #include "board/notation.h"
 #include "tests/search/search_fixture.h"
 
 namespace {
-
-std::string printed(int thread_index, int pv_index, int depth, int score, const uint16_t* pv) {
-    testing::internal::CaptureStdout();
-    print_search_line(thread_index, pv_index, depth, score, pv);
-    return testing::internal::GetCapturedStdout();
-}
-
-// e2e4 e7e5 g1f3 b8c6 ... as a zero-terminated line from index 1.
-void knight_dance(uint16_t* pv, int moves) {
-    const uint16_t cycle[4] = {encode_move(6, 21), encode_move(62, 45), encode_move(21, 6), encode_move(45, 62)};
-    for (int i = 1; i <= moves; i++) pv[i] = cycle[(i - 1) % 4];
-    pv[moves + 1] = 0;
-}
 
 struct PrintLine : ::testing::Test {
     void SetUp() override {
@@ -28,76 +15,71 @@ struct PrintLine : ::testing::Test {
         read_clock(1);
         prepare_search();
         shell.noise = 0.0;
-        stop_signal = 1;
+        stop_signal = STOP_REPORT;
     }
     void TearDown() override {
         shell.noise = 9999.0;
-        shell.protocol_mode = 2;
+        shell.protocol_mode = PROTOCOL_UCI;
         shell.uci_extra = 0;
         limits.multipv = 1;
         root_tb_result = -1;
-        stop_signal = 0;
+        stop_signal = STOP_RUN;
     }
-    uint16_t pv[kMaxPly] = {};
 };
 
 }  // namespace
 
-TEST_F(PrintLine, UciScoresAndFields) {
-    knight_dance(pv, 2);
-    std::string out = printed(1, 0, 7, 35, pv);
-    EXPECT_EQ(out.rfind("info depth 7 seldepth ", 0), 0u) << out;
-    EXPECT_NE(out.find(" score cp 35 nodes "), std::string::npos) << out;
-    EXPECT_NE(out.find(" tbhits 0 pv g1f3 g8f6\n"), std::string::npos) << out;
-
-    EXPECT_NE(printed(1, 0, 7, 9998, pv).find("score mate 1 "), std::string::npos);
-    EXPECT_NE(printed(1, 0, 7, 9993, pv).find("score mate 3 "), std::string::npos);
-    EXPECT_NE(printed(1, 0, 7, -9997, pv).find("score mate -2 "), std::string::npos);
-    EXPECT_NE(printed(1, 0, 7, -9900, pv).find("score cp -9900 "), std::string::npos);
-
-    limits.multipv = 3;
-    shell.uci_extra = 1;
-    EXPECT_EQ(printed(1, 1, 7, 0, pv).rfind("info multipv 2 [01.] depth 7 ", 0), 0u);
-    // Interim lines (pv_index -1) exist only with one variation; their mark is blank.
-    limits.multipv = 1;
-    EXPECT_EQ(printed(1, -1, 7, 0, pv).rfind("info [01 ] depth 7 ", 0), 0u);
-}
-
-TEST_F(PrintLine, NothingForAnEmptyLineDepthZeroOrSilence) {
-    EXPECT_EQ(printed(1, 0, 7, 0, pv), "");
-    knight_dance(pv, 1);
-    EXPECT_EQ(printed(1, 0, 0, 0, pv), "");
-    shell.noise = 9999.0;
-    EXPECT_EQ(printed(1, 0, 5, 0, pv), "");
-    // Before the noise time has passed a running search stays quiet.
-    shell.noise = 1000.0;
-    stop_signal = 0;
-    EXPECT_EQ(printed(1, 0, 5, 0, pv), "");
-}
-
-TEST_F(PrintLine, TablebaseRootForcesTheScore) {
-    knight_dance(pv, 1);
-    root_tb_result = 4;
-    EXPECT_NE(printed(1, 0, 5, 120, pv).find("score cp 9800 "), std::string::npos);
-    EXPECT_NE(printed(1, 0, 5, 9995, pv).find("score mate 2 "), std::string::npos);
-    root_tb_result = 0;
-    EXPECT_NE(printed(1, 0, 5, 120, pv).find("score cp -9800 "), std::string::npos);
-    root_tb_result = 2;
-    EXPECT_NE(printed(1, 0, 5, 120, pv).find("score cp 0 "), std::string::npos);
-}
-
-TEST_F(PrintLine, ConsoleFormWrapsLongLines) {
-    shell.protocol_mode = 0;
-    knight_dance(pv, 20);
-    std::string out = printed(1, 0, 9, -42, pv);
-    EXPECT_EQ(out.rfind("01] 09. ", 0), 0u) << out;
-    EXPECT_NE(out.find("K   -42  g1f3 g8f6 f3g1 f6g8 g1f3 g8f6 f3g1 f6g8\n" + std::string(30, ' ') + "g1f3"),
-              std::string::npos)
-        << out;
-    // Stopped: up to 32 moves; running: only 8.
-    EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 3);
-    stop_signal = 0;
-    shell.noise = 0.0;
-    out = printed(1, 0, 9, -42, pv);
-    EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;
+// Each row prints one line of `moves` moves (the knights' dance from the
+// start) and matches the whole output against a pattern; "" means nothing
+// is printed.
+TEST_F(PrintLine, FieldsScoresAndWhenNothingIsPrinted) {
+    const struct {
+        int moves, pv_index, depth, score, multipv, uci_extra, tb_result;
+        bool console, running;
+        double noise;
+        const char* printed;
+    } cases[] = {
+        {2, 0, 7, 35, 1, 0, -1, false, false, 0,
+         "^info depth 7 seldepth -?\\d+ time \\d+ score cp 35 nodes \\d+ nps \\d+ tbhits 0 pv g1f3 g8f6\n$"},
+        {1, 0, 7, 9998, 1, 0, -1, false, false, 0, " score mate 1 "},
+        {1, 0, 7, 9993, 1, 0, -1, false, false, 0, " score mate 3 "},
+        {1, 0, 7, -9997, 1, 0, -1, false, false, 0, " score mate -2 "},
+        {1, 0, 7, -9900, 1, 0, -1, false, false, 0, " score cp -9900 "},
+        {1, 1, 7, 0, 3, 1, -1, false, false, 0, "^info multipv 2 \\[01\\.\\] depth 7 "},
+        // Interim lines (pv_index -1) come only with one variation; their mark is blank.
+        {1, -1, 7, 0, 1, 1, -1, false, false, 0, "^info \\[01 \\] depth 7 "},
+        // A tablebase root shows its result unless a mate is found.
+        {1, 0, 5, 120, 1, 0, 4, false, false, 0, " score cp 9800 "},
+        {1, 0, 5, 9995, 1, 0, 4, false, false, 0, " score mate 2 "},
+        {1, 0, 5, 120, 1, 0, 0, false, false, 0, " score cp -9800 "},
+        {1, 0, 5, 120, 1, 0, 2, false, false, 0, " score cp 0 "},
+        // The console form: 8 moves a line, 32 once stopped, 8 while running.
+        {20, 0, 9, -42, 1, 0, -1, true, false, 0,
+         "^01\\] 09\\. [^\n]*K   -42  g1f3 g8f6 f3g1 f6g8 g1f3 g8f6 f3g1 f6g8\n {30}g1f3[^\n]*\n {30}[^\n]*\n$"},
+        {20, 0, 9, -42, 1, 0, -1, true, true, 0, "^01\\] 09\\. [^\n]*\n$"},
+        // Nothing for an empty line, depth 0, silence, or a running search
+        // before the noise time.
+        {0, 0, 7, 0, 1, 0, -1, false, false, 0, ""},
+        {1, 0, 0, 0, 1, 0, -1, false, false, 0, ""},
+        {1, 0, 5, 0, 1, 0, -1, false, false, 9999, ""},
+        {1, 0, 5, 0, 1, 0, -1, false, true, 1000, ""},
+    };
+    const uint16_t cycle[4] = {encode_move(6, 21), encode_move(62, 45), encode_move(21, 6), encode_move(45, 62)};
+    for (const auto& c : cases) {
+        uint16_t pv[kMaxPly] = {};
+        for (int i = 1; i <= c.moves; i++) pv[i] = cycle[(i - 1) % 4];
+        limits.multipv = int16_t(c.multipv);
+        shell.uci_extra = c.uci_extra;
+        root_tb_result = c.tb_result;
+        shell.protocol_mode = c.console ? PROTOCOL_CONSOLE : PROTOCOL_UCI;
+        stop_signal = c.running ? STOP_RUN : STOP_REPORT;
+        shell.noise = c.noise;
+        testing::internal::CaptureStdout();
+        print_search_line(1, c.pv_index, c.depth, c.score, pv);
+        const std::string out = testing::internal::GetCapturedStdout();
+        if (*c.printed)
+            EXPECT_TRUE(std::regex_search(out, std::regex(c.printed))) << c.printed << "\n" << out;
+        else
+            EXPECT_EQ(out, "") << c.moves << " " << c.depth << " " << c.noise;
+    }
 }

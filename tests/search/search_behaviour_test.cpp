@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "board/make_move.h"
 #include "board/movegen.h"
@@ -13,12 +14,14 @@ namespace {
 
 struct MateCase {
     const char* fen;
-    int moves;
+    int moves;  // negative: the side to move is mated
     const char* first_move;
 };
 
 // Verified with an independent engine used as an oracle.
 const MateCase kMates[] = {
+    // Black's only move Kb8 runs into Rh8 mate: mated at ply 3.
+    {"k7/8/1K6/8/8/8/8/7R b - -", -1, "a8b8"},
     {"r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq -", 1, "h5f7"},
     {"6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - -", 1, "d1d8"},
     {"r2qkb1r/pp2nppp/3p4/2pNN1B1/2BnP3/3P4/PPP2PPP/R2bK2R w KQkq -", 2, "d5f6"},
@@ -35,24 +38,17 @@ TEST(Mates, FindsForcedMatesAndReportsTheirLength) {
     shell.noise = 0.0;
     for (const MateCase& c : kMates) {
         testing::internal::CaptureStdout();
-        const SearchResult& r = search_to_depth(c.fen, 2 * c.moves + 4);
+        const int plies = c.moves > 0 ? 2 * c.moves : 1 - 2 * c.moves;  // the score is +-(10000 - plies)
+        const SearchResult& r = search_to_depth(c.fen, plies + 4);
         std::string out = testing::internal::GetCapturedStdout();
-        EXPECT_EQ(r.score, 10000 - 2 * c.moves) << c.fen;
+        EXPECT_EQ(r.score, c.moves > 0 ? 10000 - plies : plies - 10000) << c.fen;
         EXPECT_EQ(text_of(r.best_move), c.first_move) << c.fen;
-        std::string mate = "score mate " + std::to_string(c.moves) + " ";
+        std::string mate = "score mate " + std::to_string(c.moves > 0 ? c.moves : -1 - plies / 2) + " ";
         EXPECT_NE(out.find(mate), std::string::npos) << c.fen << "\n" << out;
         // A found mate ends the iterations well before the depth limit.
-        EXPECT_LE(r.depth, 2 * c.moves + 1) << c.fen;
+        EXPECT_LE(r.depth, plies + 1) << c.fen;
     }
     shell.noise = 9999.0;
-}
-
-TEST(Mates, TheLosingSideSeesItsMate) {
-    engine_up(1);
-    // Black's only move Kb8 runs into Rh8 mate: mated at ply 3.
-    const SearchResult& r = search_to_depth("k7/8/1K6/8/8/8/8/7R b - -", 6);
-    EXPECT_EQ(r.score, 3 - 10000);
-    EXPECT_EQ(text_of(r.best_move), "a8b8");
 }
 
 TEST(Stalemate, WinningSideDoesNotStalemate) {
@@ -84,7 +80,7 @@ void play(const char* const* moves, int count) {
 }
 
 // Calls search() on block 0 as if the node were at `ply`.
-int search_node(int ply, int depth, int alpha, int beta, uint16_t* pv) {
+int search_node(int ply, int depth, int alpha, int beta, PrincipalVariation& pv) {
     ThreadData& td = *thread_table[0];
     td.ply = static_cast<int16_t>(ply);
     return search(td.pos, td.pos.side_to_move, ply, depth, alpha, beta, 0, pv);
@@ -100,16 +96,17 @@ TEST(Draws, RepetitionNeedsOneEarlierOccurrenceBelowTheRootsGrandchildren) {
     block_for_direct_search();
     draw_value[0] = 20;
     draw_value[1] = -20;
-    uint16_t pv[kMaxPly] = {};
+    PrincipalVariation pv;
 
     // The start position again, seen once before: a draw at ply >= 4 ...
+    const SearchStackEntry* stack = thread_table[0]->stack;
     EXPECT_EQ(search_node(5, 3, -300, 300, pv), 20);
-    EXPECT_EQ(pv[5], 0);
+    EXPECT_EQ(stack[5].legal_moves, 0);
     // ... but the root's children and grandchildren need two earlier occurrences.
-    search_node(3, 3, -300, 300, pv);
-    EXPECT_NE(pv[3], 0);
-    search_node(2, 3, -300, 300, pv);
-    EXPECT_NE(pv[2], 0);
+    for (int ply : {3, 2}) {
+        search_node(ply, 3, -300, 300, pv);
+        EXPECT_GT(stack[ply].legal_moves, 0) << ply;
+    }
 
     // The value belongs to the side: Black to move after 3.Nf3 sees -20.
     play(knights_out_and_back + 4, 1);
@@ -122,20 +119,16 @@ TEST(Draws, RepetitionNeedsOneEarlierOccurrenceBelowTheRootsGrandchildren) {
 }
 
 TEST(Draws, DrawValueFadesWithGameLength) {
-    draw_value[0] = 20;
-    draw_value[1] = -20;
-    EXPECT_EQ(faded_draw_value(0, 100), 20);
-    EXPECT_EQ(faded_draw_value(0, 101), 10);
-    EXPECT_EQ(faded_draw_value(0, 201), 0);
-    EXPECT_EQ(faded_draw_value(1, 150), -10);
     draw_value[0] = 15;
-    EXPECT_EQ(faded_draw_value(0, 150), 7);  // halves round toward zero
+    draw_value[1] = -15;
+    for (const auto& [side, plies, value] : {std::tuple{0, 100, 15}, {0, 101, 7}, {0, 201, 0}, {1, 150, -7}})
+        EXPECT_EQ(faded_draw_value(side, plies), value) << side << " " << plies;
     draw_value[0] = draw_value[1] = 0;
 }
 
 TEST(Draws, FiftyMoveRule) {
     engine_up(1);
-    uint16_t pv[kMaxPly] = {};
+    PrincipalVariation pv;
     // A rook up, but the fifty moves are over: 0 as long as a move exists.
     set_game_position("4k3/8/8/8/8/8/8/R3K3 w Q -");
     block_for_direct_search();

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "board/attacks.h"
+#include "board/legal_line.h"
 #include "board/make_move.h"
 #include "board/movegen.h"
 #include "board/notation.h"
@@ -45,8 +46,8 @@ inline void engine_up(int worker_count) {
         ASSERT_EQ(start_threads(worker_count), 0);
     }
     shell.noise = 9999.0;
-    shell.protocol_mode = 2;
-    shell.start_request = 1;
+    shell.protocol_mode = PROTOCOL_UCI;
+    shell.start_request = SEARCH_REPORT;
     limits = SearchLimits{};
     limits.time_mode = 1;
     limits.move_time = 1000.0;
@@ -55,15 +56,8 @@ inline void engine_up(int worker_count) {
 
 inline void set_game_position(const char* fen) { parse_fen(thread_table[0]->pos, fen); }
 
-// Whether the generator offers the move in the game position and it is legal.
-inline bool legal_in_game_position(Move m) {
-    Position& pos = thread_table[0]->pos;
-    MoveEntry list[kMaxMoves];
-    MoveEntry* end = generate_all(pos, list);
-    for (MoveEntry* e = list; e != end; e++)
-        if (e->move == m) return is_legal(pos, pos.side_to_move, m);
-    return false;
-}
+// Whether the move is legal in the game position.
+inline bool legal_in_game_position(Move m) { return is_legal_move(thread_table[0]->pos, m); }
 
 inline std::string text_of(Move m) {
     char t[kMoveTextSize];
@@ -81,7 +75,7 @@ inline const SearchResult& search_to_depth(const char* fen, int depth, bool clea
     start_workers();
     while (count_searching()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     sum_counters();
-    shell.search_mode = 0;
+    shell.search_mode = SEARCH_NONE;
     return search_result;
 }
 

@@ -50,7 +50,7 @@ TEST(Threads, ClockAndStopEndAPrintingPool) {
     for (int stop_by_clock : {1, 0}) {
         engine_up(3);
         shell.noise = 0.0;
-        shell.start_request = 1;
+        shell.start_request = SEARCH_REPORT;
         limits.time_mode = 1;
         limits.move_time = stop_by_clock ? 0.3 : 1000.0;
         limits.max_depth = 60;
@@ -62,7 +62,7 @@ TEST(Threads, ClockAndStopEndAPrintingPool) {
         start_workers();
         while (count_searching()) {
             check_time();
-            if (!stop_by_clock && elapsed_now() > 0.3) stop_signal = 1;
+            if (!stop_by_clock && elapsed_now() > 0.3) stop_signal = STOP_REPORT;
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
         const double took = elapsed_now();
@@ -72,7 +72,7 @@ TEST(Threads, ClockAndStopEndAPrintingPool) {
         EXPECT_NE(out.find(" pv "), std::string::npos);
         EXPECT_TRUE(legal_in_game_position(search_result.best_move));
         shell.noise = 9999.0;
-        shell.search_mode = 0;
+        shell.search_mode = SEARCH_NONE;
     }
     engine_up(1);
 }
@@ -94,32 +94,9 @@ TEST(Threads, AStopBeforeTheFirstScoreStillAnswersALegalMove) {
     limits.max_depth = 30;
     read_clock(1);
     prepare_search();
-    stop_signal = 1;  // as if "stop" arrived with "go"
+    stop_signal = STOP_REPORT;  // as if "stop" arrived with "go"
     start_workers();
     while (count_searching()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     EXPECT_TRUE(legal_in_game_position(search_result.best_move));
     EXPECT_EQ(search_result.depth, 0);
-}
-
-TEST(Threads, LongGameHistoryLeavesRoomForTheSearch) {
-    engine_up(1);
-    set_game_position("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -");
-    ThreadData& game = *thread_table[0];
-    // Knights out and back, far beyond the length the shell accepts.
-    const char* const cycle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
-    for (int i = 0; i < kMaxHistory - 20; i++) {
-        Move m;
-        ASSERT_EQ(parse_move(game.pos, cycle[i % 4], &m), 1);
-        make_move(game.pos, m);
-    }
-    game.pos.fifty_count = 50;
-    limits.max_depth = 12;
-    read_clock(1);
-    prepare_search();
-    EXPECT_EQ(thread_table[1]->history_count, kGameHistoryLimit);
-    EXPECT_EQ(thread_table[1]->pos.hash_key, game.pos.hash_key);
-    start_workers();
-    while (count_searching()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    EXPECT_TRUE(legal_in_game_position(search_result.best_move));
-    EXPECT_LE(thread_table[1]->seldepth, 66);
 }

@@ -3,61 +3,37 @@
 #include "search/iterate.h"
 #include "tests/search/search_fixture.h"
 
-// Deep iterations and mate scores: the benchmark's depth-limited searches
-// reach neither, so its node count does not guard these windows.
-TEST(Aspiration, DeepIterationsAndMateScores) {
-    // Deep iterations keep at least 15 on each side.
-    EXPECT_EQ(aspiration_width(20, 0), 15);
-    // Near a mate score the window opens to the end of the range.
-    int a, b;
-    aspiration_window(10, 9690, &a, &b);
-    EXPECT_EQ(b, 10000);
-    aspiration_window(10, -9690, &a, &b);
-    EXPECT_EQ(a, -10000);
-}
-
 // The plain clock formulas are checked through the UCI "trg_time" lines;
 // these are the modes and inputs a GUI conversation does not reach.
 TEST(TimeTarget, ClockModes) {
-    // Pondering allows 30 % more while several moves remain.
-    SearchLimits ponder;
-    ponder.ponder_enabled = 1;
-    ponder.time_mode = 0;
-    ponder.clock[0] = 60.0;
-    EXPECT_NEAR(compute_target_time(ponder, 0, 0, false), 60.0 / 39 * 1.3, 1e-9);
-    EXPECT_EQ(ponder.moves_to_go, 38);
-
-    // From the thirtieth ply on, 24 moves are taken to remain.
-    SearchLimits late;
-    late.ponder_enabled = 0;
-    late.time_mode = 0;
-    late.clock[1] = 10.0;
-    late.increment = 0.1;
-    EXPECT_NEAR(compute_target_time(late, 1, 40, false), 10.0 / 25 + 0.1 * 10 / 10.2, 1e-9);
-    EXPECT_EQ(late.moves_to_go, 24);
-
+    const struct {
+        const char* why;
+        int time_mode, ponder, plies, moves_to_go;
+        bool console;
+        double clock, increment, target;
+        int moves_to_go_after;
+    } cases[] = {
+        {"pondering: 30 % more", 0, 1, 0, 0, false, 60.0, 0.0, 60.0 / 39 * 1.3, 38},
+        {"from ply 30 on, 24 moves", 0, 0, 40, 0, false, 10.0, 0.1, 10.0 / 25 + 0.1 * 10 / 10.2, 24},
+        {"console level 40 at move 11", 40, 0, 20, 0, true, 300.0, 0.0, 300.0 / 31, 30},
+        {"UCI keeps its moves to go", 40, 0, 20, 5, false, 300.0, 0.0, 300.0 / 6, 5},
+        {"no division by a negative count", 40, 0, 20, -1, false, 300.0, 0.0, 0.65 * 300 - 0.1, -1},
+    };
+    for (const auto& c : cases) {
+        SearchLimits l;
+        l.time_mode = uint8_t(c.time_mode);
+        l.ponder_enabled = int16_t(c.ponder);
+        l.moves_to_go = int16_t(c.moves_to_go);
+        l.clock[1] = c.clock;
+        l.increment = c.increment;
+        EXPECT_NEAR(compute_target_time(l, 1, c.plies, c.console), c.target, 1e-9) << c.why;
+        EXPECT_EQ(l.moves_to_go, c.moves_to_go_after) << c.why;
+    }
     // Fixed time per move: the target is the move time, which becomes the clock.
     SearchLimits fixed;
-    fixed.time_mode = 1;
     fixed.move_time = 2.5;
     EXPECT_DOUBLE_EQ(compute_target_time(fixed, 1, 12, false), 2.5);
     EXPECT_DOUBLE_EQ(fixed.clock[1], 2.5);
-
-    // Console "level 40": moves left in the period from the move number.
-    SearchLimits level;
-    level.ponder_enabled = 0;
-    level.time_mode = 40;
-    level.clock[0] = 300.0;
-    compute_target_time(level, 0, 20, true);
-    EXPECT_EQ(level.moves_to_go, 30);
-    EXPECT_NEAR(level.target_time, 300.0 / 31, 1e-9);
-    // In UCI the given moves-to-go stands.
-    level.moves_to_go = 5;
-    compute_target_time(level, 0, 20, false);
-    EXPECT_EQ(level.moves_to_go, 5);
-    // A nonsensical moves-to-go cannot divide by zero.
-    level.moves_to_go = -1;
-    EXPECT_GT(compute_target_time(level, 0, 20, false), 0.0);
 }
 
 namespace {
@@ -75,11 +51,11 @@ void fake_running_search(int depth, int score, int prev_score, int changed_depth
     w.score_at_depth[depth] = static_cast<int16_t>(prev_score);
     w.root_pv[1] = 0x0C1C;
     w.root_score = static_cast<int16_t>(score);
-    w.root_state = 0;
+    w.root_state = ROOT_NORMAL;
     last_change_depth = changed_depth;
     easy_move = 0;
-    stop_signal = 0;
-    shell.search_mode = 1;
+    stop_signal = STOP_RUN;
+    shell.search_mode = SEARCH_REPORT;
 }
 
 }  // namespace
@@ -124,7 +100,7 @@ TEST(TimeCheck, StopRules) {
         check_time_at(c.at);
         EXPECT_EQ(stop_signal.load(), c.stop) << c.why << " at " << c.at;
     }
-    stop_signal = 0;
+    stop_signal = STOP_RUN;
     easy_move = 0;
-    shell.search_mode = 0;
+    shell.search_mode = SEARCH_NONE;
 }

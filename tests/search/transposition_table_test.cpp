@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include "board/attacks.h"
 #include "board/position.h"
+#include "core/score.h"
 #include "search/transposition_table.h"
 
 namespace {
@@ -13,64 +15,55 @@ struct SmallTable : ::testing::Test {
         hash_size_mb = 1;
         ASSERT_EQ(tt_allocate(), 0);
         tt_generation = 1;
-        for (int i = 0; i < 65; i++) board[i] = 0;
+        init_attack_tables();
+        init_hash_keys_tables();
+        pos.owner = &history;
+        parse_fen(pos, "8/8/8/8/8/8/8/8 w - -");
     }
     void TearDown() override {
         hash_size_mb = 16;
         ASSERT_EQ(tt_allocate(), 0);
     }
-    uint8_t board[65];
+    BoardHistory history;
+    Position pos;
 };
 
 }  // namespace
 
-TEST_F(SmallTable, SizesAndMasks) {
-    EXPECT_EQ(tt_entries, 65536u);
-    EXPECT_EQ(tt_mask, 65535u);
-    EXPECT_EQ(tt_end - tt_base, 65536);
-    // Spare entries behind the end are cleared as empty too.
-    EXPECT_EQ(tt_load(tt_end + 15).depth, -50);
-
-    hash_size_mb = 100;
-    ASSERT_EQ(tt_allocate(), 0);
-    EXPECT_EQ(tt_entries, 6553600u);
-    EXPECT_EQ(tt_mask, 4194303u);
-
-    // Out-of-range sizes are clamped; 0 keeps a table of spare entries only.
-    hash_size_mb = -5;
-    ASSERT_EQ(tt_allocate(), 0);
-    EXPECT_EQ(hash_size_mb, 0);
-    EXPECT_EQ(tt_entries, 0u);
-    EXPECT_NE(tt_base, nullptr);
-    EXPECT_EQ(tt_bucket(0xFFFFFFFFFFFFFFFFULL, 1), tt_end);
-}
-
-TEST_F(SmallTable, ColoursIndexFromOppositeEnds) {
-    hash_size_mb = 3;  // not a power of two: the two colours overlap in the middle
-    ASSERT_EQ(tt_allocate(), 0);
-    EXPECT_EQ(tt_mask, 131071u);
-    uint64_t key = 0xABCDEF0100000007ULL;
-    EXPECT_EQ(tt_bucket(key, 0), tt_base + 7);
-    EXPECT_EQ(tt_bucket(key, 1), tt_end - 7);
-    // The largest index of either colour still has its four slots inside the table.
-    EXPECT_LE(tt_bucket(~0ULL, 0) + 4, tt_end + 32);
-    EXPECT_GE(tt_bucket(~0ULL, 1), tt_base);
+// Sizes out of range are clamped (0 keeps only the spare entries), and the
+// last bucket of either colour, counted from opposite ends, stays inside.
+TEST_F(SmallTable, SizesMasksAndBucketsInsideTheTable) {
+    const struct {
+        int mb, clamped;
+        uint32_t entries;
+        uint64_t mask;
+    } cases[] = {{1, 1, 65536, 65535}, {3, 3, 196608, 131071}, {100, 100, 6553600, 4194303}, {-5, 0, 0, 0}};
+    for (const auto& c : cases) {
+        hash_size_mb = int16_t(c.mb);
+        ASSERT_EQ(tt_allocate(), 0);
+        EXPECT_EQ(hash_size_mb, c.clamped);
+        EXPECT_EQ(tt_entries, c.entries);
+        EXPECT_EQ(tt_mask, c.mask);
+        EXPECT_EQ(tt_load(tt_end + 15).depth, -50) << c.mb;  // spare entries are cleared too
+        EXPECT_LE(tt_bucket(~0ULL, 0) + 4, tt_end + 32) << c.mb;
+        EXPECT_GE(tt_bucket(~0ULL, 1), tt_base) << c.mb;
+        EXPECT_EQ(tt_bucket(7, 1), tt_end - (c.entries ? 7 : 0)) << c.mb;
+    }
 }
 
 TEST_F(SmallTable, StoredMateScoreReadsBackAtAnotherPly) {
     uint64_t key = key_in_bucket(77);
     tt_store(key, 0, 5, 6, -10000, 10000, 9990, 0);
     EXPECT_EQ(tt_load(tt_bucket(key, 0)).score, 9995);
-    TTRead r = tt_read(key, 0, 7, board);
+    TTRead r = tt_read(key, 0, 7, pos);
     ASSERT_TRUE(r.hit);
     EXPECT_EQ(r.score, 9988);
     EXPECT_EQ(r.bound, BOUND_EXACT);
     EXPECT_EQ(r.depth, 6);
     // Losing mates likewise; ordinary scores and the band edges pass unchanged.
-    EXPECT_EQ(tt_score_from_table(tt_score_to_table(-9990, 5), 7), -9988);
-    EXPECT_EQ(tt_score_to_table(9696, 5), 9696);
-    EXPECT_EQ(tt_score_to_table(-9697, 5), -9697);
-    EXPECT_EQ(tt_score_to_table(-9698, 5), -9703);
+    static_assert(score_from_tt(score_to_tt(-9990, 5), 7) == -9988);
+    static_assert(score_to_tt(9696, 5) == 9696 && score_to_tt(-9697, 5) == -9697);
+    static_assert(score_to_tt(-9698, 5) == -9703);
 }
 
 // The benchmark's table is far larger than its trees, so it never replaces
@@ -82,12 +75,12 @@ TEST_F(SmallTable, AFullBucketKeepsDeepEntriesOfThisSearch) {
     for (uint32_t k = 1; k <= 4; k++) tt_store(key_in_bucket(100 + k), 0, 1, 10, 0, 50, 5, 0);
     uint64_t newcomer = key_in_bucket(200);
     tt_store(newcomer, 0, 1, 2, 0, 50, 5, 0);
-    EXPECT_FALSE(tt_read(newcomer, 0, 1, board).hit);
+    EXPECT_FALSE(tt_read(newcomer, 0, 1, pos).hit);
     // ... while a depth-3 result replaces the oldest, shallowest slot.
     tt_store(newcomer, 0, 1, 3, 0, 50, 5, 0);
-    EXPECT_TRUE(tt_read(newcomer, 0, 1, board).hit);
-    EXPECT_FALSE(tt_read(key_in_bucket(101), 0, 1, board).hit);
-    EXPECT_TRUE(tt_read(key_in_bucket(102), 0, 1, board).hit);
+    EXPECT_TRUE(tt_read(newcomer, 0, 1, pos).hit);
+    EXPECT_FALSE(tt_read(key_in_bucket(101), 0, 1, pos).hit);
+    EXPECT_TRUE(tt_read(key_in_bucket(102), 0, 1, pos).hit);
 }
 
 TEST_F(SmallTable, OlderGenerationsLoseFirst) {
@@ -97,27 +90,27 @@ TEST_F(SmallTable, OlderGenerationsLoseFirst) {
     tt_store(key_in_bucket(4), 0, 1, 20, 0, 50, 5, 0);  // deep but old
     tt_generation = 3;
     tt_store(key_in_bucket(5), 0, 1, 14, 0, 50, 5, 0);
-    EXPECT_FALSE(tt_read(key_in_bucket(4), 0, 1, board).hit);
-    EXPECT_TRUE(tt_read(key_in_bucket(5), 0, 1, board).hit);
+    EXPECT_FALSE(tt_read(key_in_bucket(4), 0, 1, pos).hit);
+    EXPECT_TRUE(tt_read(key_in_bucket(5), 0, 1, pos).hit);
 }
 
-TEST_F(SmallTable, ImplausibleMoveIsAMissButRefreshesTheAge) {
+TEST_F(SmallTable, MoveThePositionCannotPlayIsAMissButRefreshesTheAge) {
     uint64_t key = key_in_bucket(55);
-    Move move = Move((12 << 8) | 28);  // e2e4
+    Move move = encode_move(12, 28);  // e2e4
     tt_generation = 3;
     tt_store(key, 0, 1, 5, 0, 50, 20, move);
     tt_generation = 8;
-    TTRead r = tt_read(key, 0, 1, board);  // e2 is empty on this board
+    TTRead r = tt_read(key, 0, 1, pos);  // e2 is empty on this board
     EXPECT_FALSE(r.hit);
     EXPECT_EQ(r.depth, -97);
     EXPECT_EQ(tt_load(tt_bucket(key, 0)).generation, 8);
 
-    board[12] = 1;  // a white pawn on e2 makes the move plausible for white ...
-    r = tt_read(key, 0, 1, board);
+    parse_fen(pos, "4k3/8/8/8/8/8/4P3/4K3 w - -");
+    r = tt_read(key, 0, 1, pos);
     EXPECT_TRUE(r.hit);
     EXPECT_EQ(r.move, move);
-    board[28] = 2;  // ... but not when e4 holds a white piece
-    EXPECT_FALSE(tt_read(key, 0, 1, board).hit);
+    parse_fen(pos, "4k3/8/8/8/8/4n3/4P3/4K3 w - -");  // the path is blocked
+    EXPECT_FALSE(tt_read(key, 0, 1, pos).hit);
 }
 
 TEST_F(SmallTable, TornEntryFailsTheCheckWord) {
@@ -125,7 +118,7 @@ TEST_F(SmallTable, TornEntryFailsTheCheckWord) {
     tt_store(key, 0, 1, 5, 0, 50, 20, 0);
     HashEntry* e = tt_bucket(key, 0);
     e->score = 21;  // as if another thread's write landed half-way
-    TTRead r = tt_read(key, 0, 1, board);
+    TTRead r = tt_read(key, 0, 1, pos);
     EXPECT_FALSE(r.hit);
     EXPECT_EQ(r.depth, -98);
 }

@@ -39,16 +39,12 @@ TEST_F(BookPlay, MkbookBuildsTheBookAndResetsTheGame) {
 
     builder.write_file("vorn.rc", "VornBook book.opn\n");
     EngineProcess console({"-c", "-hash", "1"}, builder.directory());
-    console.send("book\ne4\ne5\nbook\nNf3\nNc6\nbook\nfen 8/8/8/8/8/8/8/8 b - -\nbook\nquit");
+    console.send("e4\ne5\nbook\nNf3\nNc6\nbook\nquit");
     console.close_input();
     ASSERT_EQ(console.wait_exit(30), 0);
-    const std::string out = console.output();
-    const std::string e4 = "e2e4       0 -     0 -     9   0.500  1.504\n\nbook move is e2e4\n\n\n";
-    const std::string nf3 = "g1f3       0 -     0 -     9   0.500  1.504\n\nbook move is g1f3\n\n\n";
-    EXPECT_NE(out.find(e4), std::string::npos) << out;
-    EXPECT_NE(out.find(nf3), std::string::npos) << out;
     // The position after 2... Nc6 is in the book but has no move after it.
-    EXPECT_EQ(out.find("book move is", out.find("2... move Nc6")), std::string::npos) << out;
+    EXPECT_EQ(count_of(console.output(), "book move is g1f3\n"), 1) << console.output();
+    EXPECT_EQ(count_of(console.output(), "book move is"), 1) << console.output();
 }
 
 TEST_F(BookPlay, UciAnswersBookMovesWithoutSearchingUpToTheBookDepth) {

@@ -16,6 +16,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/scratch_directory.h"
+
 class EngineProcess {
 public:
     // Runs in `directory` when given (left in place), else in a fresh
@@ -113,21 +115,9 @@ public:
         return status_ >= 0 ? status_ : -1;
     }
 
-    std::string read_file(const std::string& name) const {
-        std::string content;
-        if (FILE* f = std::fopen((directory_ + "/" + name).c_str(), "r")) {
-            char buffer[4096];
-            for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, f)) > 0;) content.append(buffer, n);
-            std::fclose(f);
-        }
-        return content;
-    }
-
+    std::string read_file(const std::string& name) const { return ::read_file(directory_ + "/" + name); }
     void write_file(const std::string& name, const std::string& content) const {
-        if (FILE* f = std::fopen((directory_ + "/" + name).c_str(), "w")) {
-            std::fputs(content.c_str(), f);
-            std::fclose(f);
-        }
+        ::write_file(directory_ + "/" + name, content);
     }
 
 private:

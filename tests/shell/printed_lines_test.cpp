@@ -12,25 +12,21 @@
 
 #include "board/attacks.h"
 #include "board/legal_line.h"
-#include "board/make_move.h"
 #include "shell/game_position.h"
 #include "tests/shell/engine_process.h"
 
 namespace {
 
-// Plays the words on the position; returns how many were legal in turn.
+// How many of the words can be played in turn from the position.
 std::size_t playable(const char* fen, const std::vector<std::string>& words) {
     auto history = std::make_unique<BoardHistory>();
     Position pos{};
     pos.owner = history.get();
     parse_fen(pos, fen);
-    std::size_t n = 0;
-    for (; n < words.size(); ++n) {
-        const Move move = read_coordinate_move(words[n].c_str());
-        if (!is_legal_move(pos, move)) break;
-        make_move(pos, move);
-    }
-    return n;
+    std::vector<uint16_t> moves;
+    for (const std::string& word : words) moves.push_back(read_coordinate_move(word.c_str()));
+    moves.push_back(0);
+    return std::size_t(legal_line_length(pos, moves.data(), int(words.size())));
 }
 
 }  // namespace

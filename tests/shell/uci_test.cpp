@@ -113,8 +113,22 @@ TEST(UciHash, ASizeThatCannotBeHadKeepsTheTableInUse) {
 // what each answer must show and must not. Every answer ends with one
 // "bestmove" line.
 TEST_F(Uci, PositionsAndGoLimits) {
+    // Twelve rounds of one pawn move per side and 68 plies of knight moves,
+    // then Nf3: 841 plies (a line of 4.2 KB), more than the history holds,
+    // never 100 without a pawn move; tabs separate the words and a carriage
+    // return ends the line. Then knight moves only, beyond the fifty-move rule.
+    const std::string pawns = "a2a3\ta7a6\ta3a4\ta6a5\tb2b3\tb7b6\tb3b4\tb6b5\tc2c3\tc7c6\tc3c4\tc6c5\t"
+                              "d2d3\td7d6\td3d4\td6d5\te2e3\te7e6\te3e4\te6e5\th2h3\th7h6\th3h4\th6h5";
+    const char* shuffle[] = {"\tg1f3", "\tg8f6", "\tf3g1", "\tf6g8"};
+    std::string long_game, knights_only;
+    for (int round = 0; round < 12; ++round) {
+        long_game.append("\t").append(pawns, 10 * round, 9);
+        for (int i = 0; i < 68; ++i) long_game += shuffle[i % 4];
+    }
+    long_game += shuffle[0];
+    for (int i = 0; i < 760; ++i) knights_only += shuffle[i % 4];
     const struct {
-        const char* lines;
+        std::string lines;
         std::vector<std::string> shown, absent;
     } steps[] = {
         // The start line of every search shows the position searched; moves
@@ -157,6 +171,9 @@ TEST_F(Uci, PositionsAndGoLimits) {
         {"position fen 4rkr1/4p1p1/8/8/8/8/8/6KR w K - 0 1\ngo depth 2", {"bestmove g1h1\n"}, {}},
         {"setoption name UCI_Chess960 value false\nposition fen 4k3/8/8/8/8/8/8/4K2R w K - 0 1 moves e1h1\ngo depth 1",
          {"info string illegal move e1h1"}, {}},
+        {"setoption name MultiPV value 1\nposition\tstartpos\tmoves" + long_game + "\r\ngo depth 2",
+         {"info string fen rnbqkbnr/5pp1/8/ppppp2p/PPPPP2P/5N2/5PP1/RNBQKB1R b KQkq -\n"}, {"info string illegal"}},
+        {"position startpos moves" + knights_only + "\ngo depth 3", {"bestmove null\n"}, {}},
     };
     const std::regex answer("(^|\n)bestmove ([a-h][1-8][a-h][1-8]|null)( ponder [a-h][1-8][a-h][1-8])?\n$");
     for (const auto& step : steps) {
@@ -166,36 +183,6 @@ TEST_F(Uci, PositionsAndGoLimits) {
         for (const std::string& text : step.shown) EXPECT_NE(out.find(text), std::string::npos) << step.lines << ": " << text << "\n" << out;
         for (const std::string& text : step.absent) EXPECT_EQ(out.find(text), std::string::npos) << step.lines << ": " << text << "\n" << out;
     }
-}
-
-TEST_F(Uci, GamesLongerThanTheHistoryAreFollowed) {
-    // Twelve rounds of one pawn move per side and 68 plies of knight moves,
-    // then Nf3: 841 plies (a line of 4.2 KB), more than the history holds,
-    // never 100 without a pawn move. Tabs separate the words and a carriage
-    // return ends the line.
-    const char* white[] = {"a2a3", "a3a4", "b2b3", "b3b4", "c2c3", "c3c4",
-                           "d2d3", "d3d4", "e2e3", "e3e4", "h2h3", "h3h4"};
-    const char* black[] = {"a7a6", "a6a5", "b7b6", "b6b5", "c7c6", "c6c5",
-                           "d7d6", "d6d5", "e7e6", "e6e5", "h7h6", "h6h5"};
-    const char* shuffle[] = {" g1f3", " g8f6", " f3g1", " f6g8"};
-    std::string moves;
-    for (int round = 0; round < 12; ++round) {
-        moves += std::string(" ") + white[round] + " " + black[round];
-        for (int i = 0; i < 68; ++i) moves += shuffle[i % 4];
-    }
-    moves += shuffle[0];
-    for (char& c : moves) c = c == ' ' ? '\t' : c;
-    std::string out = search("position\tstartpos\tmoves" + moves + "\r\ngo depth 2");
-    EXPECT_EQ(out.find("info string"), out.find("info string fen")) << out;
-    EXPECT_NE(out.find("info string fen rnbqkbnr/5pp1/8/ppppp2p/PPPPP2P/5N2/5PP1/RNBQKB1R b KQkq -\n"),
-              std::string::npos) << out;
-    EXPECT_TRUE(std::regex_search(out, std::regex("bestmove [a-h][1-8][a-h][1-8]"))) << out;
-
-    // Knight moves only: beyond the fifty-move rule nothing is searched.
-    moves.clear();
-    for (int i = 0; i < 760; ++i) moves += shuffle[i % 4];
-    EXPECT_NE(search("position startpos moves" + moves + "\ngo depth 3").find("bestmove null\n"),
-              std::string::npos);
 }
 
 // Searches without an end of their own stay silent, answer "isready" at

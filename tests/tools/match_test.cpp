@@ -228,12 +228,9 @@ TEST_F(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
                              std::stoi((*p)[4])});
         ASSERT_GT(plies.size(), 12u);
         EXPECT_EQ(moves.substr(moves.rfind('}')), plies.size() % 2 == 1 ? "}\n\n" : "}\n\n\n");
-        // The first 12 plies come from the book, the rest from a search.
-        const std::string book_plies = "e2e4 {0.00/0}   e7e5 {0.00/0}\ng1f3 {0.00/0}   b8c6 {0.00/0}\n"
-                                       "f1b5 {0.00/0}   a7a6 {0.00/0}\nb5a4 {0.00/0}   g8f6 {0.00/0}\n"
-                                       "e1g1 {0.00/0}   f8e7 {0.00/0}\nf1e1 {0.00/0}   b7b5 {0.00/0}\n";
-        EXPECT_EQ(moves.substr(0, book_plies.size()), book_plies);
-        for (std::size_t i = 12; i + 1 < plies.size(); ++i) EXPECT_GT(plies[i].depth, 0) << i;
+        // The first 12 plies come from the book (depth 0), the rest from a search.
+        EXPECT_EQ(moves.substr(0, 30), "e2e4 {0.00/0}   e7e5 {0.00/0}\n");
+        for (std::size_t i = 0; i + 1 < plies.size(); ++i) EXPECT_EQ(plies[i].depth > 0, i >= 12) << i;
         parse_fen(pos, kStartFen);
         EXPECT_TRUE(replays(pos, plies, 0));
         // The score of the last ply, from White's side, gives the result.

@@ -1,7 +1,7 @@
 // The PGN scanner on small games written here: comment scores in every form,
 // the records of each mode worked out by hand from a known game, mode 2's
-// output taken by the EPD runner and the tuner, and files that are broken in
-// every way a game file can be.
+// output taken by the EPD runner, and files that are broken in every way a
+// game file can be.
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,6 @@
 #include "tests/tools/tool_fixture.h"
 #include "tools/epd_runner.h"
 #include "tools/pgn_scanner.h"
-#include "tools/tuner.h"
 
 namespace {
 
@@ -132,17 +131,12 @@ TEST_F(PgnScanner, EpdModesWriteRecordsTheRunnerAndTheTunerTake) {
     EXPECT_EQ(lines_of(epd)[1],
               "r3kb1r/p2nqppp/5n2/1B2p1B1/4P3/1Q6/PPP2PPP/R3K2R w KQkq - bm O-O-O; ce 10; c9 \"1-0\";");
     EXPECT_EQ(epd.back(), '\n');
-    // The runner and the tuner take them as they are.
-    ASSERT_EQ(std::rename("tmp.epd", "tune.epd"), 0);
-    std::snprintf(shell.epd_file, sizeof shell.epd_file, "tune.epd");
+    // The runner (and so the tuner) takes them as they are.
+    std::snprintf(shell.epd_file, sizeof shell.epd_file, "tmp.epd");
     limits.max_depth = 0;
     const EpdRunTotals totals = run_epd_totals(kEpdQuiet);
     EXPECT_EQ(totals.positions, 6);
     EXPECT_GT(totals.error_count, 0);
-    const int16_t knight = params.knight_value_op;
-    const std::string tuning = printed_by([] { tune_parameter("knight_value_op"); });
-    EXPECT_NE(tuning.find("\ntuning knight_value_op\nknight_value_op= 380, err= 0."), std::string::npos);
-    EXPECT_EQ(params.knight_value_op, knight);
 
     EXPECT_EQ(scan(game, 3), "games= 1, positions= 5\n\n");
     EXPECT_EQ(best_moves(read_file("tmp.epd")), (std::vector<std::string>{"e4", "e5", "Nf3", "d6", "d4"}));
@@ -158,16 +152,6 @@ TEST_F(PgnScanner, EpdModesWriteRecordsTheRunnerAndTheTunerTake) {
     EXPECT_EQ(scan(game + game, 4), "games= 2, positions= 0\n\n");
     EXPECT_EQ(scan(game + game, 0), "games= 2, positions= 0\n\n");
     EXPECT_EQ(read_file("tmp.epd"), "\n");
-}
-
-TEST_F(PgnScanner, GamesAreCountedAndTaggedByNumber) {
-    std::string pgn;
-    for (int round = 1; round <= 100; ++round)
-        pgn += "[Event \"x\"]\n[Round \"" + std::to_string(round) + "\"]\n[Result \"*\"]\n1. d4 d5 *\n";
-    EXPECT_EQ(scan(pgn, 1), "game 100\n\ngames= 100, positions= 0\n\n");
-    const std::string copy = read_file("tmp.pgn");
-    EXPECT_NE(copy.find("[Round \"7\"]\n[Tag \"game_7\"]\n[Result \"*\"]\n"), std::string::npos);
-    EXPECT_NE(copy.find("[Tag \"game_100\"]"), std::string::npos);
 }
 
 TEST_F(PgnScanner, BrokenFilesNeverCrash) {
