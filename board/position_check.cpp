@@ -9,6 +9,15 @@ const char* position_fault(const Position& pos) {
     if (pos.side_to_move > 1) return "side to move";
     if (pos.castling > 15) return "castling rights";
     if (pos.ep_square > kNoSquare) return "en-passant square";
+    // A right held means its king and rook still stand where castling
+    // starts: the generator trusts that, in Chess960 as in standard chess.
+    for (int right = 0; right < 4; right++) {
+        if (!(pos.castling & (1 << right))) continue;
+        const int side = right / 2;
+        if (pos.board[pos.castle_king[side]] != piece_code(side, kKing) ||
+            pos.board[pos.castle_rook[right]] != piece_code(side, kRook))
+            return "a castling right without its king or rook";
+    }
     for (int side = 0; side < 2; side++) {
         Bitboard all = 0;
         int phase = 0, count = 0;

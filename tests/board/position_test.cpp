@@ -132,6 +132,7 @@ TEST_F(PositionTest, ConsistencyCheckFindsEachKindOfDamage) {
         [](Position& p) { p.hash_key ^= 1; },
         [](Position& p) { p.pawn_key ^= 1; },
         [](Position& p) { p.board[kNoSquare] = 1; },
+        [](Position& p) { p.castle_rook[castle_right(kBlack, false)] = 57; },  // b8: a knight
     };
     set(kKiwipeteFen);
     EXPECT_EQ(position_fault(pos), nullptr);
