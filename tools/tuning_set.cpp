@@ -53,6 +53,7 @@ SlopeTable measure_slopes(const std::vector<TunedParameter>& list) {
         init_eval_tables(*low);
         init_eval_tables(*high);
         const double span = slot_value(*high, slot) - slot_value(*low, slot);
+        if (span == 0) continue;  // a value the tables overwrite: nothing to fit
         for (int s = 0; s < kParamSlots; ++s) {
             const int d = slot_value(*high, s) - slot_value(*low, s);
             if (d != 0) slopes[s].push_back({uint16_t(k), float(d / span)});
