@@ -8,6 +8,7 @@
 #include "board/types.h"
 
 struct PawnHashEntry;
+struct LinearTrace;
 
 // Held by the search's SearchStackEntry (one per ply).
 struct EvalStackOutput {
@@ -72,4 +73,5 @@ struct EvalInfo {
     bool pawn_hash_hit;
     bool trace;
     EvalTraceScratch tr;
+    LinearTrace* linear;         // the tuner's record of this call, or null
 };

@@ -7,6 +7,7 @@
 #include "board/attacks.h"
 #include "board/position.h"
 #include "eval/eval_info.h"
+#include "eval/linear_trace.h"
 
 constexpr Bitboard kFileA = 0x0101010101010101ULL;
 constexpr Bitboard kRank1 = 0xFFULL;
@@ -55,6 +56,21 @@ inline void add_term(EvalInfo& info, int side, int group, int square, int op, in
     info.pos_op[side] = int16_t(info.pos_op[side] + op);
     info.pos_en[side] = int16_t(info.pos_en[side] + en);
     if (info.trace) trace_add(info, side, group, square, op, en);
+}
+
+// Books a parameter that a term read, with its weight there, into the
+// tuner's linear trace when one is being recorded (`trace` not null).
+inline void note(LinearTrace* trace, int side, LinearPart part, const int16_t& field,
+                 float weight = 1.0f) {
+    if (trace) trace->add(field, side, part, weight);
+}
+// The same for an opening and endgame pair read into the positional
+// accumulators with one weight.
+inline void note_pair(LinearTrace* trace, int side, const int16_t& op, const int16_t& en,
+                      float weight = 1.0f) {
+    if (!trace) return;
+    trace->add(op, side, kPositionalOp, weight);
+    trace->add(en, side, kPositionalEn, weight);
 }
 
 // Piece values of the threat bookkeeping and of safe_advance.

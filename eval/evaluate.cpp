@@ -91,6 +91,27 @@ bool pawnless_ending(const Position& pos, EvalStackOutput& out, const int king[2
     return false;
 }
 
+// Books one side's material for the tuner's linear trace.
+void note_material(LinearTrace* trace, int side, int pawns, int knights, int bishops, int rooks,
+                   int queens) {
+    const EngineParams& p = params;
+    const int16_t* values[5][2] = {{&p.pawn_value_op, &p.pawn_value_en},
+                                   {&p.knight_value_op, &p.knight_value_en},
+                                   {&p.bishop_value_op, &p.bishop_value_en},
+                                   {&p.rook_value_op, &p.rook_value_en},
+                                   {&p.queen_value_op, &p.queen_value_en}};
+    const int counts[5] = {pawns, knights, bishops, rooks, queens};
+    for (int k = 0; k < 5; ++k) {
+        if (!counts[k]) continue;
+        note(trace, side, kMaterialOp, *values[k][0], float(counts[k]));
+        note(trace, side, kMaterialEn, *values[k][1], float(counts[k]));
+    }
+    if (bishops >= 2) {
+        note(trace, side, kMaterialOp, p.bishop_pair_op);
+        note(trace, side, kMaterialEn, p.bishop_pair_en);
+    }
+}
+
 int taper(int op, int en, int stage) { return (op * (24 - stage) + en * stage) / 24; }
 
 void fill_trace(const EvalInfo& info, double draw_adj) {
@@ -134,6 +155,7 @@ void clear_eval_state(EvalThreadState& state) {
 
 int evaluate(const Position& pos, EvalThreadState& state, EvalStackOutput& out, int ply,
              bool in_check) {
+    if (state.linear) state.linear->reset();
     if (in_check) return kInCheckScore;
     const EngineParams& p = params;
     EvalInfo& info = state.info;
@@ -150,6 +172,7 @@ int evaluate(const Position& pos, EvalThreadState& state, EvalStackOutput& out, 
     info.king_square[1] = pos.pieces[1][kKing] ? lowest_square(pos.pieces[1][kKing]) : 63;
     const int counts[2] = {pos.piece_counts[0], pos.piece_counts[1]};
     info.trace = !state.searching && state.trace_thread && ply == 1;
+    info.linear = state.linear;
 
     const int pawns0 = counts[0] & 15, pawns1 = counts[1] & 15;
     if (pawns0 + pawns1 == 0) {
@@ -189,6 +212,7 @@ int evaluate(const Position& pos, EvalThreadState& state, EvalStackOutput& out, 
             en += p.bishop_pair_en;
         }
         if (q > 0 && n + b + r == 0) en -= 50;  // a queen alone is clumsy in the ending
+        if (info.linear) note_material(info.linear, s, pawns, n, b, r, q);
         info.mat_op[s] = int16_t(op);
         info.mat_en[s] = int16_t(en);
         info.pos_op[s] = info.pos_en[s] = 0;
@@ -223,5 +247,11 @@ int evaluate(const Position& pos, EvalThreadState& state, EvalStackOutput& out, 
     slot.threat[0] = out.threat[0];
     slot.threat[1] = out.threat[1];
     if (info.trace) fill_trace(info, draw_adj);
+    if (info.linear) {
+        info.linear->complete = true;
+        info.linear->stage = info.stage;
+        info.linear->draw_adj = draw_adj;
+        info.linear->side_to_move = stm;
+    }
     return score;
 }

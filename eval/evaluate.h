@@ -9,6 +9,8 @@
 #include "eval/eval_info.h"
 #include "eval/pawn_hash.h"
 
+struct LinearTrace;
+
 // Everything the evaluation keeps per search thread. The search's ThreadData
 // holds one as its member `eval`; it is large (about 0.8 MB), so it belongs
 // in heap-allocated blocks.
@@ -27,6 +29,9 @@ struct EvalThreadState {
     // Set for search thread 1: its non-searching evaluation at ply 1 fills
     // the process-wide trace (eval/eval_trace.h).
     bool trace_thread = false;
+    // When set, every evaluation on this state records its linear part here
+    // (the tuner's trace, eval/linear_trace.h).
+    LinearTrace* linear = nullptr;
 };
 
 // Clears both caches and the counters (stale entries are harmless anyway,

@@ -20,6 +20,11 @@ void evaluate_king(EvalInfo& info, int s, int king_square) {
     const int rel = relative_square(s, king_square);
     int op = p.pst[kKing][rel].op;
     int en = p.pst[kKing][rel].en;
+    // The opening term is halved unless the enemy still has a queen and
+    // enough pieces to attack with.
+    const float op_share = pos.pieces[e][kQueen] && info.phase_count[e] > 3 ? 1.0f : 0.5f;
+    note(info.linear, s, kPositionalOp, p.pst[kKing][rel].op, op_share);
+    note(info.linear, s, kPositionalEn, p.pst[kKing][rel].en);
 
     if (info.phase_count[e] > 2) {
         const Bitboard own_pawns = pos.pieces[s][kPawn];
@@ -35,6 +40,7 @@ void evaluate_king(EvalInfo& info, int s, int king_square) {
             else if (on_file) shield += 1;
         }
         op += p.pawn_shield * (shield - 9);
+        note(info.linear, s, kPositionalOp, p.pawn_shield, float(shield - 9) * op_share);
         const int missing = (10 - shield) / 2;
 
         int exposure = (square_bit(rel) & kShelteredSquares) ? 0 : 1;
@@ -48,6 +54,7 @@ void evaluate_king(EvalInfo& info, int s, int king_square) {
             for (int f = centre - 1; f <= centre + 1; ++f)
                 if (!(enemy_pawns & file_mask(f))) ++storm;
             op += p.pawn_storm * storm;
+            note(info.linear, s, kPositionalOp, p.pawn_storm, float(storm) * op_share);
             exposure += storm / 2;
         }
 
@@ -82,6 +89,7 @@ void evaluate_king(EvalInfo& info, int s, int king_square) {
         if (pos.side_to_move == s && index > 0) --index;
         if (index > 31) index = 31;
         op -= p.KingDanger[index];
+        note(info.linear, s, kPositionalOp, p.KingDanger[index], -op_share);
 
         if (!(pos.pieces[e][kQueen] && info.phase_count[e] > 3)) op /= 2;
     } else {

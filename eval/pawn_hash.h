@@ -35,5 +35,7 @@ void evaluate_passers(EvalInfo& info);
 // first move is forced, so the result can be negative.
 int safe_advance(const Position& pos, int side, int from, int to, Bitboard occupancy);
 
-// Per-pawn terms of both sides computed from scratch into `entry`.
-void compute_pawn_entry(const Position& pos, PawnHashEntry& entry, EvalInfo* trace_info);
+// Per-pawn terms of both sides computed from scratch into `entry`. `booking`
+// is the evaluation that traces its terms (the report's trace or the tuner's
+// linear trace), else null.
+void compute_pawn_entry(const Position& pos, PawnHashEntry& entry, EvalInfo* booking);

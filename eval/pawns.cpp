@@ -31,8 +31,9 @@ int forward(int side, int square, int steps) { return side ? square - 8 * steps 
 
 }  // namespace
 
-void compute_pawn_entry(const Position& pos, PawnHashEntry& e, EvalInfo* trace_info) {
+void compute_pawn_entry(const Position& pos, PawnHashEntry& e, EvalInfo* booking) {
     const EngineParams& p = params;
+    LinearTrace* const linear = booking ? booking->linear : nullptr;
     const Bitboard pawns[2] = {pos.pieces[0][kPawn], pos.pieces[1][kPawn]};
     e.key = pos.pawn_key;
     e.passed = 0;
@@ -57,25 +58,30 @@ void compute_pawn_entry(const Position& pos, PawnHashEntry& e, EvalInfo* trace_i
             const Bitboard beside = adjacent_files(bit) & rank_mask(sq >> 3);
             int op = p.pst[kPawn][rel].op;
             int en = p.pst[kPawn][rel].en;
+            note_pair(linear, s, p.pst[kPawn][rel].op, p.pst[kPawn][rel].en);
 
             e.files[s] |= uint16_t(1u << f);
             if (file_others) {
                 op += p.pawn_doubled_op;
                 en += p.pawn_doubled_en;
+                note_pair(linear, s, p.pawn_doubled_op, p.pawn_doubled_en);
             }
             const Bitboard stop = s ? bit >> 8 : bit << 8;
             if (!(stop & e.attack_span[s])) {
                 if (r < 4) {
                     op += p.pawn_backward_op;
                     en += p.pawn_backward_en;
+                    note_pair(linear, s, p.pawn_backward_op, p.pawn_backward_en);
                 }
                 if (!(adjacent_files(file_mask(f)) & pawns[s])) {
                     op += p.pawn_isolated_op;
                     en += p.pawn_isolated_en;
+                    note_pair(linear, s, p.pawn_isolated_op, p.pawn_isolated_en);
                 }
                 if (!(front & pawns[o])) {
                     op += p.pawn_weak_op;
                     en += p.pawn_weak_en;
+                    note_pair(linear, s, p.pawn_weak_op, p.pawn_weak_en);
                 }
             }
             int bonus = 0;
@@ -99,7 +105,7 @@ void compute_pawn_entry(const Position& pos, PawnHashEntry& e, EvalInfo* trace_i
             }
             e.score_op[s] = int16_t(e.score_op[s] + op);
             e.score_en[s] = int16_t(e.score_en[s] + en);
-            if (trace_info) trace_add(*trace_info, -1, kTracePawns, sq, op, en);
+            if (booking && booking->trace) trace_add(*booking, -1, kTracePawns, sq, op, en);
         }
     }
 }
@@ -113,7 +119,7 @@ void evaluate_pawns(EvalInfo& info, PawnHashEntry* table, bool searching, uint64
     if (info.pawn_hash_hit) {
         ++hits;
     } else {
-        compute_pawn_entry(pos, e, info.trace ? &info : nullptr);
+        compute_pawn_entry(pos, e, info.trace || info.linear ? &info : nullptr);
     }
     info.pawn_entry = &e;
     for (int s = 0; s < 2; ++s) {
@@ -197,6 +203,7 @@ void evaluate_passers(EvalInfo& info) {
         if (front & pawns[s]) {  // rear pawn of a doubled passer
             int v = p.ppawn[r] / 3;
             add_term(info, s, kTracePassers, sq, v, v);
+            note_pair(info.linear, s, p.ppawn[r], p.ppawn[r], 1.0f / 3);
             continue;
         }
         const int target = r <= 5 ? forward(s, sq, 2) : forward(s, sq, 1);
@@ -210,9 +217,10 @@ void evaluate_passers(EvalInfo& info) {
         int stop = forward(s, sq, 1);
         if (r == 1 && pos.board[stop] == 0) stop = forward(s, sq, 2);
 
-        bool blocked_by_enemy = false;
+        bool blocked_by_enemy = false, advances = false;
         if (pos.board[stop] == 0) {
             if (safe_advance(pos, s, sq, stop, info.occupancy) >= 0) {
+                advances = true;
                 base += p.ppawnx[r];
                 int v = kPasserThreatBase[r];
                 const Bitboard path = front_span(s, square_bit(stop));
@@ -226,14 +234,28 @@ void evaluate_passers(EvalInfo& info) {
             blocked_by_enemy = true;
         }
 
-        int value = king_term + base;
-        if (blocked_by_enemy) value -= base / 4;
-        if (adjacent_files(bit) & rank_mask(sq >> 3) & pawns[s]) value += base / 4;
-        if (info.pawn_att[s] & bit) value += base / 8;
+        const bool beside = adjacent_files(bit) & rank_mask(sq >> 3) & pawns[s];
+        const bool defended = info.pawn_att[s] & bit;
         const int tempo = pos.side_to_move == s ? 1 : 0;
         const bool edge = (sq & 7) == 0 || (sq & 7) == 7;
-        if ((r >= 4 && d_own <= 1 && !edge) || 8 - r - tempo < d_promo) value += base / 4;
+        const bool escorted = (r >= 4 && d_own <= 1 && !edge) || 8 - r - tempo < d_promo;
+        int value = king_term + base;
+        if (blocked_by_enemy) value -= base / 4;
+        if (beside) value += base / 4;
+        if (defended) value += base / 8;
+        if (escorted) value += base / 4;
         add_term(info, s, kTracePassers, sq, value / 2, value);
+        if (info.linear) {
+            // The share of `base` that reaches the value; the opening gets half.
+            const float share = 1.0f - 0.25f * blocked_by_enemy + 0.25f * beside +
+                                0.125f * defended + 0.25f * escorted;
+            note(info.linear, s, kPositionalOp, p.ppawn[r], share / 2);
+            note(info.linear, s, kPositionalEn, p.ppawn[r], share);
+            if (advances) {
+                note(info.linear, s, kPositionalOp, p.ppawnx[r], share / 2);
+                note(info.linear, s, kPositionalEn, p.ppawnx[r], share);
+            }
+        }
     }
 
     if (info.stage < 14) return;
@@ -250,5 +272,6 @@ void evaluate_passers(EvalInfo& info) {
         const int t = r <= 5 ? forward(s, sq, 2) : stop;
         const int d = square_distance(info.king_square[s ^ 1], t);
         add_term(info, s, kTracePassers, sq, 0, ((r - 2) * 32 + 24 * d) * p.pawn_candidate / 256);
+        note(info.linear, s, kPositionalEn, p.pawn_candidate, ((r - 2) * 32 + 24 * d) / 256.0f);
     }
 }

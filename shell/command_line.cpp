@@ -11,6 +11,20 @@ static double clamp_seconds(double seconds) {
     return seconds > 1.0e9 ? 1.0e9 : seconds;
 }
 
+// The words after "-tune_all FILE": an output name first, if any, then
+// options such as "epochs=300". Returns the index of the last word taken.
+static int read_tune_all_words(int argc, const char* const* argv, int i, TraceTunerOptions& options) {
+    bool named = false;
+    for (; i + 1 < argc; ++i) {
+        const char* word = argv[i + 1];
+        if (read_trace_tuner_option(word, options)) continue;
+        if (named || word[0] == '-' || std::strchr(word, '=') || std::strcmp(word, "bench") == 0) break;
+        copy_text(options.output, sizeof options.output, word);
+        named = true;
+    }
+    return i;
+}
+
 void parse_command_line(int argc, const char* const* argv, CommandLine& line) {
     for (int i = 1; i < argc; ++i) {
         const char* word = argv[i];
@@ -42,7 +56,7 @@ void parse_command_line(int argc, const char* const* argv, CommandLine& line) {
             if (line.info == InfoRequest::none)
                 line.info = is("--version") ? InfoRequest::version : InfoRequest::usage;
         } else if (is("-noise") || is("-d") || is("-t") || is("-n") || is("-hash") ||
-                   is("-threads") || is("-anepd") || is("-match") || is("-tune") ||
+                   is("-threads") || is("-anepd") || is("-match") || is("-tune") || is("-tune_all") ||
                    std::strstr(word, "-scan_pgn")) {
             if (!value) break;  // a value switch with nothing after it is ignored
             ++i;
@@ -73,6 +87,10 @@ void parse_command_line(int argc, const char* const* argv, CommandLine& line) {
             } else if (is("-tune")) {
                 copy_text(line.epd_file, sizeof line.epd_file, value);
                 line.tune_given = true;
+            } else if (is("-tune_all")) {
+                copy_text(line.epd_file, sizeof line.epd_file, value);
+                line.tune_all_given = true;
+                i = read_tune_all_words(argc, argv, i, line.tune_all);
             } else {
                 // "-scan_pgn" itself scans in mode 0 (games counted, nothing
                 // written); the digit picks modes 1 to 4; other spellings
@@ -99,5 +117,6 @@ RunMode choose_run_mode(const CommandLine& line) {
     if (line.match_given) return RunMode::match;
     if (line.bench_positions != 0) return RunMode::benchmark;
     if (line.tune_given) return RunMode::tuner;
+    if (line.tune_all_given) return RunMode::trace_tuner;
     return RunMode::normal_play;
 }

@@ -5,8 +5,10 @@
 #include <cstdint>
 
 #include "core/shell_state.h"
+#include "tools/trace_tuner.h"
 
-enum class RunMode : uint8_t { normal_play, epd_runner, pgn_scanner, match, benchmark, tuner };
+enum class RunMode : uint8_t { normal_play, epd_runner, pgn_scanner, match, benchmark, tuner,
+                               trace_tuner };
 
 // "--help" or "-h", and "--version": answered before the engine starts.
 enum class InfoRequest : uint8_t { none, usage, version };
@@ -31,6 +33,8 @@ struct CommandLine {
     bool anepd_given = false;
     bool match_given = false;
     bool tune_given = false;
+    bool tune_all_given = false;  // -tune_all FILE [OUT] [option=value ...]
+    TraceTunerOptions tune_all;
     InfoRequest info = InfoRequest::none;  // the first of them on the line
     char epd_file[140] = {};
     char match_file[140] = {};

@@ -27,6 +27,7 @@
 #include "tools/match.h"
 #include "tools/pgn_scanner.h"
 #include "tools/tool_hooks.h"
+#include "tools/trace_tuner.h"
 #include "tools/tuner.h"
 
 namespace {
@@ -103,6 +104,9 @@ void run_mode(RunMode mode, const CommandLine& line) {
         case RunMode::tuner:
             shell.noise = 1000.0;
             run_tuning_pass();
+            break;
+        case RunMode::trace_tuner:
+            run_trace_tuner(shell.epd_file, line.tune_all);
             break;
         case RunMode::normal_play:
             run_normal_play();

@@ -39,6 +39,9 @@ Switches:
   bench               the benchmark, ending in a line "nodes N nps N"
   -anepd FILE         search the EPD records of FILE, count best moves found
   -tune FILE          fit material and mobility values to FILE's positions
+  -tune_all FILE [OUT] [epochs=N rate=R slope=S|fit retrace=N threads=N]
+                      fit every evaluation parameter and the piece-square
+                      tables to FILE's positions; write them to OUT (tuned.rc)
   -scan_pgn1..4 FILE  PGN games to tmp.pgn, mistakes marked (1), or tmp.epd
   -match FILE         self-play match against test1.rc's values, games to FILE
   -h, --help          this text
@@ -53,7 +56,8 @@ Files, in the working directory:
   vorn.log            the session's log, made anew at every start
   vorn.opn            the opening book; mkbook builds book.opn from book.pgn
   test1.rc            the other player's settings for -match
-  tune.log, tmp.pgn, tmp.epd, unsolved.epd, trace.txt   written by the tools
+  tune.log, tuned.rc, tmp.pgn, tmp.epd, unsolved.epd, trace.txt
+                      written by the tools
 
 The long tools show their progress on standard error when it is a terminal.
 The manual: man 6 vorn

@@ -32,15 +32,15 @@ namespace {
 
 constexpr int kLineSize = 255;            // records of up to 254 characters
 constexpr int kShortestRecord = 9;        // shorter lines (without their line end) are skipped
-constexpr int kScoreLimit = 700;          // scores beyond this predict nothing useful
 constexpr int kPriorClamp = 950;
 constexpr double kNoResult = -2.0;
-constexpr double kResultWeight = 0.9;     // the rest of the target is the stored score's prediction
 constexpr double kInputNodes = 50000.0;   // nodes searched between two looks at the input
 constexpr int kThreadedDepth = 6;         // from this depth on the workers search
 
 // The expected score of the side to move, from a score in centipawns.
-double win_probability(int score) { return 1.0 / (std::pow(10.0, -1.25 * score / 400.0) + 1.0); }
+double win_probability(int score) {
+    return 1.0 / (std::pow(10.0, -kTuningSlope * score / 400.0) + 1.0);
+}
 
 // The stored score "ce", clamped; 0 when the record has none.
 int stored_score(const char* line) {
@@ -285,13 +285,14 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
 
         // Prediction error: quiet positions only (the search score is the
         // static one), with a result and a stored score that agree with it.
-        if (result < 0.0 || result > 1.0 || std::abs(prior) > kScoreLimit ||
-            std::abs(score) > kScoreLimit || score != static_eval)
+        if (result < 0.0 || result > 1.0 || std::abs(prior) > kTuningScoreLimit ||
+            std::abs(score) > kTuningScoreLimit || score != static_eval)
             continue;
         if (pos.side_to_move == kBlack) result = 1.0 - result;
         const double prior_probability = win_probability(prior);
         if (std::fabs(prior_probability - result) > 0.5) continue;
-        const double target = kResultWeight * result + (1.0 - kResultWeight) * prior_probability;
+        const double target =
+            kTuningResultWeight * result + (1.0 - kTuningResultWeight) * prior_probability;
         ++totals.error_count;
         totals.error_sum += std::fabs(win_probability(score) - target);
     }
@@ -308,3 +309,7 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
 }
 
 double run_epd(uint32_t selector) { return average_error(run_epd_totals(selector)); }
+
+bool epd_usable_record(const char* line) { return usable_record(line); }
+int epd_stored_score(const char* line) { return stored_score(line); }
+double epd_game_result(const char* line) { return game_result(line); }

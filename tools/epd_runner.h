@@ -12,6 +12,23 @@
 constexpr uint32_t kEpdQuiet = 0x10000000;
 constexpr uint32_t kEpdSampleBits = 0xFFFF;
 
+// The prediction error the tuners minimise: records whose stored score or
+// evaluation lies beyond this predict nothing useful and are left out...
+constexpr int kTuningScoreLimit = 700;
+// ... and the target is this share of the game's result plus the rest of
+// the stored score's prediction.
+constexpr double kTuningResultWeight = 0.9;
+// Predictions are 1 / (1 + 10^(-slope * score / 400)).
+constexpr double kTuningSlope = 1.25;
+
+// A record's fields as the error measure reads them: whether a line is a
+// record at all; its stored score "ce", clamped to -950..950 (0 when it has
+// none); White's game result from "c9" or an old-style result text (1, 0.5 or
+// 0; below 0 when it has none).
+bool epd_usable_record(const char* line);
+int epd_stored_score(const char* line);
+double epd_game_result(const char* line);
+
 struct EpdRunTotals {
     bool files_opened = false;  // false: nothing ran
     int positions = 0;          // records taken

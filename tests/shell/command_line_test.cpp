@@ -54,6 +54,16 @@ TEST(CommandLine, OneModeRunsInTheFixedOrder) {
     EXPECT_EQ(choose_run_mode(word), RunMode::benchmark);
     EXPECT_TRUE(word.bench_summary);
     EXPECT_FALSE(parse({"-bench"}).bench_summary);
+    // "-tune_all FILE" takes an output name and options after it, then the
+    // switches go on; "-tune" comes first.
+    CommandLine all = parse({"-tune_all", "t.epd", "out.rc", "epochs=7", "slope=fit", "x.rc", "-c"});
+    EXPECT_EQ(choose_run_mode(all), RunMode::trace_tuner);
+    EXPECT_STREQ(all.epd_file, "t.epd");
+    EXPECT_STREQ(all.tune_all.output, "out.rc");
+    EXPECT_EQ(all.tune_all.epochs, 7);
+    EXPECT_TRUE(all.tune_all.fit_slope);
+    EXPECT_EQ(all.protocol_mode, 0);
+    EXPECT_EQ(choose_run_mode(parse({"-tune_all", "a.epd", "-tune", "b.epd"})), RunMode::tuner);
 }
 
 }  // namespace

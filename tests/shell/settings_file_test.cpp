@@ -4,12 +4,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <fstream>
 #include <string>
 
 #include "book/book_settings.h"
 #include "eval/engine_params.h"
+#include "eval/param_keys.h"
 #include "tablebase/probe.h"
+#include "tools/settings_writer.h"
 
 namespace {
 
@@ -91,6 +94,34 @@ TEST_F(SettingsFile, CompleteTablesReplaceTheBuiltInOnesAndSevenNumbersSpoilThem
     EXPECT_EQ(load(tables), 0);
     EXPECT_NE(printed.find("file vorn.rc contains invalid PST"), std::string::npos);
     EXPECT_EQ(p.pst_from_params, 1);
+}
+
+TEST_F(SettingsFile, WrittenFileReadsBackToTheSameValues) {
+    // Every value a key or a table sets, each different; -1000 is the
+    // reader's "unset" mark and is written as -999.
+    EngineParams written;
+    set_default_params(written);
+    int value = -70;
+    for (const OneNumberKey& k : kOneNumberKeys) written.*k.field = int16_t(value++);
+    for (const TwoNumberKey& k : kTwoNumberKeys) {
+        written.*k.first = int16_t(value++);
+        written.*k.second = int16_t(value++);
+    }
+    for (int piece = 1; piece <= 6; ++piece)
+        for (int sq = 0; sq < 64; ++sq) written.pst[piece][sq] = {int16_t(piece * 100 + sq - 900), int16_t(-sq)};
+    written.pst[3][9].op = -1000;
+    ASSERT_TRUE(write_settings_file(path.c_str(), written, "a comment\nof two lines"));
+
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(read_settings_file(path.c_str(), p), 1);
+    testing::internal::GetCapturedStdout();
+    for (const OneNumberKey& k : kOneNumberKeys) EXPECT_EQ(p.*k.field, written.*k.field) << k.key;
+    for (const TwoNumberKey& k : kTwoNumberKeys) {
+        EXPECT_EQ(p.*k.first, written.*k.first) << k.key;
+        EXPECT_EQ(p.*k.second, written.*k.second) << k.key;
+    }
+    written.pst[3][9].op = -999;
+    EXPECT_EQ(std::memcmp(p.pst, written.pst, sizeof p.pst), 0);
 }
 
 }  // namespace

@@ -61,7 +61,7 @@ TEST(Startup, TheLogIsRecreatedAndHoldsTheEchoedCommands) {
 TEST(Startup, HelpAndVersionAnswerWithoutStartingTheEngine) {
     const std::vector<std::string> switches = {"-uci", "-c", "-hash", "-threads", "-d", "-t", "-n",
         "-nolog", "-quiet", "-noise", "-uci_extra", "-bench", "-bench2", "-pbench", "bench",
-        "-anepd", "-tune", "-scan_pgn1", "-match", "--version", "man 6 vorn"};
+        "-anepd", "-tune", "-tune_all", "-scan_pgn1", "-match", "--version", "man 6 vorn"};
     const struct {
         std::vector<std::string> args;
         const char* begins;
