@@ -10,15 +10,6 @@
 
 namespace {
 
-constexpr Bitboard kFileA = 0x0101010101010101ull;
-constexpr Bitboard kFileH = kFileA << 7;
-constexpr Bitboard kRank1 = 0xFFull;
-constexpr Bitboard kRank2 = kRank1 << 8;
-constexpr Bitboard kRank3 = kRank1 << 16;
-constexpr Bitboard kRank6 = kRank1 << 40;
-constexpr Bitboard kRank7 = kRank1 << 48;
-constexpr Bitboard kRank8 = kRank1 << 56;
-
 inline Bitboard shifted(Bitboard b, int n) { return n > 0 ? b << n : b >> -n; }
 
 uint64_t count_listed(const Position& pos, int side, const LegalityShortcut& shortcut) {
@@ -38,7 +29,7 @@ uint64_t count_listed(const Position& pos, int side, const LegalityShortcut& sho
 // listed and tested as at every other depth.
 uint64_t count_legal_moves(const Position& pos, int side, const LegalityShortcut& shortcut) {
     const Bitboard ep = pos.ep_square < 64 ? square_bit(pos.ep_square) : 0;
-    if (shortcut.in_check || (ep & (kRank1 | kRank8))) return count_listed(pos, side, shortcut);
+    if (shortcut.in_check || (ep & (rank_bits(0) | rank_bits(7)))) return count_listed(pos, side, shortcut);
 
     const Bitboard own = pos.pieces[side][0], enemy = pos.pieces[side ^ 1][0];
     const Bitboard occupancy = own | enemy, empty = ~occupancy;
@@ -67,20 +58,20 @@ uint64_t count_legal_moves(const Position& pos, int side, const LegalityShortcut
 
     const int up = side == kWhite ? 8 : -8;
     const Bitboard pawns = pos.pieces[side][kPawn];
-    const Bitboard seventh = side == kWhite ? kRank7 : kRank2;
-    const Bitboard movers = pawns & ~(seventh | (side == kWhite ? kRank8 : kRank1));
-    add(shifted(movers & ~kFileA, up - 1) & (enemy | ep), up - 1, 1);
-    add(shifted(movers & ~kFileH, up + 1) & (enemy | ep), up + 1, 1);
+    const Bitboard seventh = side == kWhite ? rank_bits(6) : rank_bits(1);
+    const Bitboard movers = pawns & ~(seventh | (side == kWhite ? rank_bits(7) : rank_bits(0)));
+    add(shifted(movers & ~file_bits(0), up - 1) & (enemy | ep), up - 1, 1);
+    add(shifted(movers & ~file_bits(7), up + 1) & (enemy | ep), up + 1, 1);
     const Bitboard single = shifted(movers, up) & empty;
     add(single, up, 1);
-    add(shifted(single & (side == kWhite ? kRank3 : kRank6), up) & empty, 2 * up, 1);
+    add(shifted(single & (side == kWhite ? rank_bits(2) : rank_bits(5)), up) & empty, 2 * up, 1);
     if (const Bitboard promoting = pawns & seventh) {
         int kinds = 0;  // promotions to a type whose list is full are not generated
         for (int type : {kKnight, kBishop, kRook, kQueen})
             kinds += pos.piece_list[side][type][kMaxPiecesPerList - 1] == kNoSquare;
         add(shifted(promoting, up) & empty, up, kinds);
-        add(shifted(promoting & ~kFileA, up - 1) & enemy, up - 1, kinds);
-        add(shifted(promoting & ~kFileH, up + 1) & enemy, up + 1, kinds);
+        add(shifted(promoting & ~file_bits(0), up - 1) & enemy, up - 1, kinds);
+        add(shifted(promoting & ~file_bits(7), up + 1) & enemy, up + 1, kinds);
     }
 
     add_piece_moves(kKnight, [](int s) { return knight_attacks[s]; });

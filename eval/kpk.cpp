@@ -14,14 +14,11 @@ constexpr uint8_t kNotWon = 1;
 constexpr uint8_t kWon = 2;
 constexpr uint8_t kUnknown = 4;
 
-constexpr Bitboard kFileA = 0x0101010101010101ull;
-constexpr Bitboard kFileH = kFileA << 7;
-
 int pawn_index(int pawn) { return (pawn & 7) + 4 * (pawn >> 3); }
 
 // Every square next to one of `squares`.
 Bitboard king_steps(Bitboard squares) {
-    Bitboard beside = ((squares & ~kFileH) << 1) | ((squares & ~kFileA) >> 1);
+    Bitboard beside = ((squares & ~file_bits(7)) << 1) | ((squares & ~file_bits(0)) >> 1);
     Bitboard row = squares | beside;
     return beside | (row << 8) | (row >> 8);
 }
