@@ -4,13 +4,6 @@
 
 namespace {
 
-constexpr Bitboard kFileA = 0x0101010101010101ull;
-constexpr Bitboard kFileH = kFileA << 7;
-constexpr Bitboard kRank1 = 0xFFull;
-constexpr Bitboard kRank2 = kRank1 << 8;
-constexpr Bitboard kRank7 = kRank1 << 48;
-constexpr Bitboard kRank8 = kRank1 << 56;
-
 inline MoveEntry* emit(MoveEntry* list, int from, int to, int mover, int victim) {
     list->move = encode_move(from, to);
     list->mover = uint8_t(mover);
@@ -67,13 +60,13 @@ MoveEntry* gen_pawn_captures(const Position& pos, int side, MoveEntry* list) {
     Bitboard targets = pos.pieces[side ^ 1][0] | ep_bit(pos);
     int mover = piece_code(side, kPawn);
     if (side == kWhite) {
-        Bitboard pawns = pos.pieces[kWhite][kPawn] & ~(kRank7 | kRank8);
-        list = emit_pawn_captures(pos, ((pawns & ~kFileA) << 7) & targets, 7, mover, list);
-        list = emit_pawn_captures(pos, ((pawns & ~kFileH) << 9) & targets, 9, mover, list);
+        Bitboard pawns = pos.pieces[kWhite][kPawn] & ~(rank_bits(6) | rank_bits(7));
+        list = emit_pawn_captures(pos, ((pawns & ~file_bits(0)) << 7) & targets, 7, mover, list);
+        list = emit_pawn_captures(pos, ((pawns & ~file_bits(7)) << 9) & targets, 9, mover, list);
     } else {
-        Bitboard pawns = pos.pieces[kBlack][kPawn] & ~(kRank2 | kRank1);
-        list = emit_pawn_captures(pos, ((pawns & ~kFileH) >> 7) & targets, -7, mover, list);
-        list = emit_pawn_captures(pos, ((pawns & ~kFileA) >> 9) & targets, -9, mover, list);
+        Bitboard pawns = pos.pieces[kBlack][kPawn] & ~(rank_bits(1) | rank_bits(0));
+        list = emit_pawn_captures(pos, ((pawns & ~file_bits(7)) >> 7) & targets, -7, mover, list);
+        list = emit_pawn_captures(pos, ((pawns & ~file_bits(0)) >> 9) & targets, -9, mover, list);
     }
     return list;
 }
@@ -102,7 +95,7 @@ MoveEntry* gen_piece_captures(const Position& pos, int side, MoveEntry* list) {
 }
 
 MoveEntry* gen_promotions(const Position& pos, int side, MoveEntry* list) {
-    Bitboard pawns = pos.pieces[side][kPawn] & (side == kWhite ? kRank7 : kRank2);
+    Bitboard pawns = pos.pieces[side][kPawn] & (side == kWhite ? rank_bits(6) : rank_bits(1));
     if (!pawns) return list;
     // A promotion to a type whose square list is already full is not
     // generated: the new piece would have nowhere to be recorded.

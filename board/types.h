@@ -12,6 +12,8 @@ constexpr int kNoSquare = 64;
 constexpr int file_of(int square) { return square & 7; }
 constexpr int rank_of(int square) { return square >> 3; }
 constexpr Bitboard square_bit(int square) { return Bitboard(1) << square; }
+constexpr Bitboard file_bits(int file) { return Bitboard(0x0101010101010101ull) << file; }
+constexpr Bitboard rank_bits(int rank) { return Bitboard(0xFF) << (8 * rank); }
 
 constexpr int kWhite = 0;
 constexpr int kBlack = 1;
