@@ -1,5 +1,5 @@
 // The evaluation cache and pawn hash are read only inside a search (and the
-// cache only below the root); the trace and exchange reports.
+// cache only below the root); the trace.
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,6 @@
 #include <string>
 
 #include "eval/eval_trace.h"
-#include "eval/swap_report.h"
 #include "tests/eval/eval_fixture.h"
 
 namespace {
@@ -71,15 +70,6 @@ TEST(Trace, RepeatedEvaluationsGiveIdenticalTraces) {
     EXPECT_EQ(0, std::memcmp(&before, &eval_trace, sizeof before));
 }
 
-TEST(Trace, StartPositionReport) {
-    Board board("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -");
-    Evaluator eval;
-    std::string text = traced_evaluation_report(board.pos, *eval.state);
-    EXPECT_EQ(text.rfind("eval= 16, qscore= 16, stage= 0, draw_adj= 1.00\n\n", 0), 0u);
-    EXPECT_NE(text.find("\nmtl=        4500     4500        0   ( :: )\n"), std::string::npos);
-    EXPECT_EQ(text.find("hung"), std::string::npos);
-}
-
 TEST(Trace, ImbalanceHungAndPinnedLists) {
     // Rook, bishop and pawn against a knight; the knight on c6 is pinned to
     // its king and undefended, the pawn on e5 is attacked by it.
@@ -95,13 +85,6 @@ TEST(Trace, ImbalanceHungAndPinnedLists) {
     for (int sq = 0; sq < 64; ++sq)
         if (board.pos.board[sq] && board.pos.board[sq] < 8) white += eval_trace.square[sq];
     EXPECT_NEAR(white, eval_trace.position[0], 8);  // tempo and rounding aside
-}
-
-TEST(Reports, SwapListing) {
-    Board board("4k3/8/3p4/4N3/8/8/8/4K3 w - -");
-    EXPECT_EQ(swap_report(board.pos), "sq= e5, swap= 330\n");
-    Board quiet("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -");
-    EXPECT_EQ(swap_report(quiet.pos), "");
 }
 
 }  // namespace

@@ -19,18 +19,11 @@ int count_position_lines(const std::string& text) {
 
 }  // namespace
 
-// With one thread and a depth limit the benchmark is deterministic, so its
-// node total is a signature of every formula of the search and the
-// evaluation: ordering scores, reductions, pruning margins, evaluation terms.
-// An intended change to any of them updates this number together with the
-// signature recorded in docs/benchmarks.md; a change meant to be neutral
-// must leave it alone. "bench", the word test frameworks use, runs the same
-// search as "-bench" and ends with the line they read.
+// With one thread and a depth limit the node total is a signature of every
+// search and evaluation formula: an intended change updates it together with
+// docs/benchmarks.md. "bench", the test frameworks' word, ends with their line.
 TEST(Benchmark, NodeCountSignature) {
-    EngineProcess engine({"-nolog", "bench", "-d", "9"});
-    engine.close_input();
-    ASSERT_EQ(engine.wait_exit(120), 0);
-    const std::string& out = engine.output();
+    const std::string out = run_engine({"-nolog", "bench", "-d", "9"}, "", "", 120);
     EXPECT_NE(out.find("running benchmark\n"), std::string::npos) << out;
     EXPECT_EQ(count_position_lines(out), 10) << out;
     EXPECT_TRUE(std::regex_search(out, std::regex("total time= [0-9.]+ seconds, nodes= 434800, nps= [0-9]+\n"

@@ -20,8 +20,6 @@ struct PrintLine : ::testing::Test {
     void TearDown() override {
         shell.noise = 9999.0;
         shell.protocol_mode = PROTOCOL_UCI;
-        shell.uci_extra = 0;
-        limits.multipv = 1;
         root_tb_result = -1;
         stop_signal = STOP_RUN;
     }
@@ -34,48 +32,40 @@ struct PrintLine : ::testing::Test {
 // is printed.
 TEST_F(PrintLine, FieldsScoresAndWhenNothingIsPrinted) {
     const struct {
-        int moves, pv_index, depth, score, multipv, uci_extra, tb_result;
+        int moves, depth, score, tb_result;
         bool console, running;
         double noise;
         const char* printed;
     } cases[] = {
-        {2, 0, 7, 35, 1, 0, -1, false, false, 0,
+        {2, 7, 35, -1, false, false, 0,
          "^info depth 7 seldepth -?\\d+ time \\d+ score cp 35 nodes \\d+ nps \\d+ tbhits 0 pv g1f3 g8f6\n$"},
-        {1, 0, 7, 9998, 1, 0, -1, false, false, 0, " score mate 1 "},
-        {1, 0, 7, 9993, 1, 0, -1, false, false, 0, " score mate 3 "},
-        {1, 0, 7, -9997, 1, 0, -1, false, false, 0, " score mate -2 "},
-        {1, 0, 7, -9900, 1, 0, -1, false, false, 0, " score cp -9900 "},
-        {1, 1, 7, 0, 3, 1, -1, false, false, 0, "^info multipv 2 \\[01\\.\\] depth 7 "},
-        // Interim lines (pv_index -1) come only with one variation; their mark is blank.
-        {1, -1, 7, 0, 1, 1, -1, false, false, 0, "^info \\[01 \\] depth 7 "},
+        {1, 7, -9900, -1, false, false, 0, " score cp -9900 "},  // mates: the Mates test
         // A tablebase root shows its result unless a mate is found.
-        {1, 0, 5, 120, 1, 0, 4, false, false, 0, " score cp 9800 "},
-        {1, 0, 5, 9995, 1, 0, 4, false, false, 0, " score mate 2 "},
-        {1, 0, 5, 120, 1, 0, 0, false, false, 0, " score cp -9800 "},
-        {1, 0, 5, 120, 1, 0, 2, false, false, 0, " score cp 0 "},
+        {1, 5, 120, 4, false, false, 0, " score cp 9800 "},
+        {1, 5, 9995, 4, false, false, 0, " score mate 2 "},
+        {1, 5, 120, 0, false, false, 0, " score cp -9800 "},
+        {1, 5, 120, 2, false, false, 0, " score cp 0 "},
         // The console form: 8 moves a line, 32 once stopped, 8 while running.
-        {20, 0, 9, -42, 1, 0, -1, true, false, 0,
+        {20, 9, -42, -1, true, false, 0,
          "^01\\] 09\\. [^\n]*K   -42  g1f3 g8f6 f3g1 f6g8 g1f3 g8f6 f3g1 f6g8\n {30}g1f3[^\n]*\n {30}[^\n]*\n$"},
-        {20, 0, 9, -42, 1, 0, -1, true, true, 0, "^01\\] 09\\. [^\n]*\n$"},
+        {20, 9, -42, -1, true, true, 0, "^01\\] 09\\. [^\n]*\n$"},
         // Nothing for an empty line, depth 0, silence, or a running search
         // before the noise time.
-        {0, 0, 7, 0, 1, 0, -1, false, false, 0, ""},
-        {1, 0, 0, 0, 1, 0, -1, false, false, 0, ""},
-        {1, 0, 5, 0, 1, 0, -1, false, false, 9999, ""},
-        {1, 0, 5, 0, 1, 0, -1, false, true, 1000, ""},
+        {0, 7, 0, -1, false, false, 0, ""},
+        {1, 0, 0, -1, false, false, 0, ""},
+        {1, 5, 0, -1, false, false, 9999, ""},
+        {1, 5, 0, -1, false, true, 1000, ""},
     };
     const uint16_t cycle[4] = {encode_move(6, 21), encode_move(62, 45), encode_move(21, 6), encode_move(45, 62)};
     for (const auto& c : cases) {
         uint16_t pv[kMaxPly] = {};
         for (int i = 1; i <= c.moves; i++) pv[i] = cycle[(i - 1) % 4];
-        limits.multipv = int16_t(c.multipv);
-        shell.uci_extra = c.uci_extra;
         root_tb_result = c.tb_result;
         shell.protocol_mode = c.console ? PROTOCOL_CONSOLE : PROTOCOL_UCI;
         stop_signal = c.running ? STOP_RUN : STOP_REPORT;
         shell.noise = c.noise;
         testing::internal::CaptureStdout();
-        print_search_line(1, c.pv_index, c.depth, c.score, pv);
+        print_search_line(1, 0, c.depth, c.score, pv);
         const std::string out = testing::internal::GetCapturedStdout();
         if (*c.printed)
             EXPECT_TRUE(std::regex_search(out, std::regex(c.printed))) << c.printed << "\n" << out;

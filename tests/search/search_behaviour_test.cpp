@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <tuple>
 
 #include "board/make_move.h"
 #include "board/movegen.h"
@@ -115,14 +114,6 @@ TEST(Draws, RepetitionNeedsOneEarlierOccurrenceBelowTheRootsGrandchildren) {
     // Twice repeated: a draw for the root's grandchildren as well.
     play(knights_out_and_back + 1, 3);
     EXPECT_EQ(search_node(3, 3, -300, 300, pv), 20);
-    draw_value[0] = draw_value[1] = 0;
-}
-
-TEST(Draws, DrawValueFadesWithGameLength) {
-    draw_value[0] = 15;
-    draw_value[1] = -15;
-    for (const auto& [side, plies, value] : {std::tuple{0, 100, 15}, {0, 101, 7}, {0, 201, 0}, {1, 150, -7}})
-        EXPECT_EQ(faded_draw_value(side, plies), value) << side << " " << plies;
     draw_value[0] = draw_value[1] = 0;
 }
 

@@ -3,39 +3,6 @@
 #include "search/iterate.h"
 #include "tests/search/search_fixture.h"
 
-// The plain clock formulas are checked through the UCI "trg_time" lines;
-// these are the modes and inputs a GUI conversation does not reach.
-TEST(TimeTarget, ClockModes) {
-    const struct {
-        const char* why;
-        int time_mode, ponder, plies, moves_to_go;
-        bool console;
-        double clock, increment, target;
-        int moves_to_go_after;
-    } cases[] = {
-        {"pondering: 30 % more", 0, 1, 0, 0, false, 60.0, 0.0, 60.0 / 39 * 1.3, 38},
-        {"from ply 30 on, 24 moves", 0, 0, 40, 0, false, 10.0, 0.1, 10.0 / 25 + 0.1 * 10 / 10.2, 24},
-        {"console level 40 at move 11", 40, 0, 20, 0, true, 300.0, 0.0, 300.0 / 31, 30},
-        {"UCI keeps its moves to go", 40, 0, 20, 5, false, 300.0, 0.0, 300.0 / 6, 5},
-        {"no division by a negative count", 40, 0, 20, -1, false, 300.0, 0.0, 0.65 * 300 - 0.1, -1},
-    };
-    for (const auto& c : cases) {
-        SearchLimits l;
-        l.time_mode = uint8_t(c.time_mode);
-        l.ponder_enabled = int16_t(c.ponder);
-        l.moves_to_go = int16_t(c.moves_to_go);
-        l.clock[1] = c.clock;
-        l.increment = c.increment;
-        EXPECT_NEAR(compute_target_time(l, 1, c.plies, c.console), c.target, 1e-9) << c.why;
-        EXPECT_EQ(l.moves_to_go, c.moves_to_go_after) << c.why;
-    }
-    // Fixed time per move: the target is the move time, which becomes the clock.
-    SearchLimits fixed;
-    fixed.move_time = 2.5;
-    EXPECT_DOUBLE_EQ(compute_target_time(fixed, 1, 12, false), 2.5);
-    EXPECT_DOUBLE_EQ(fixed.clock[1], 2.5);
-}
-
 namespace {
 
 // A published depth-`depth` result from the first worker, as check_time sees it.

@@ -9,19 +9,15 @@
 
 namespace {
 
-std::string repeat(int times, const std::string& text) {
-    std::string all;
-    for (int i = 0; i < times; ++i) all += text;
-    return all;
-}
-
 // A book of nine drawn games: 1. e4 e5 2. Nf3 Nc6.
 class BookPlay : public ::testing::Test {
 protected:
     EngineProcess builder{{"-c", "-hash", "1"}};
 
     void SetUp() override {
-        builder.write_file("book.pgn", repeat(9, "[Result \"1/2-1/2\"]\n1. e4 e5 2. Nf3 Nc6 1/2-1/2\n\n"));
+        std::string games;
+        for (int i = 0; i < 9; ++i) games += "[Result \"1/2-1/2\"]\n1. e4 e5 2. Nf3 Nc6 1/2-1/2\n\n";
+        builder.write_file("book.pgn", games);
         builder.send("e4\nmkbook\nbd\nquit");
         builder.close_input();
         ASSERT_EQ(builder.wait_exit(30), 0);
@@ -38,13 +34,10 @@ TEST_F(BookPlay, MkbookBuildsTheBookAndResetsTheGame) {
     EXPECT_EQ(builder.read_file("tmp__0.opn"), "");
 
     builder.write_file("vorn.rc", "VornBook book.opn\n");
-    EngineProcess console({"-c", "-hash", "1"}, builder.directory());
-    console.send("e4\ne5\nbook\nNf3\nNc6\nbook\nquit");
-    console.close_input();
-    ASSERT_EQ(console.wait_exit(30), 0);
+    const std::string out = run_engine({"-c", "-hash", "1"}, "e4\ne5\nbook\nNf3\nNc6\nbook\nquit", builder.directory());
     // The position after 2... Nc6 is in the book but has no move after it.
-    EXPECT_EQ(count_of(console.output(), "book move is g1f3\n"), 1) << console.output();
-    EXPECT_EQ(count_of(console.output(), "book move is"), 1) << console.output();
+    EXPECT_EQ(count_of(out, "book move is g1f3\n"), 1) << out;
+    EXPECT_EQ(count_of(out, "book move is"), 1) << out;
 }
 
 TEST_F(BookPlay, UciAnswersBookMovesWithoutSearchingUpToTheBookDepth) {

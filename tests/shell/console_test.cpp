@@ -87,48 +87,20 @@ TEST(Console, Scripts) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        EngineProcess engine({"-c", "-hash", "1"});
-        engine.write_file("games.pgn", games);
-        engine.write_file("test.epd", "; id \"X.2\"\n8/8/8/8/8/8/8/K6k b - - id \"X.2\";\n");
-        engine.send(c.script + "\nquit");
-        engine.close_input();
-        EXPECT_EQ(engine.wait_exit(30), 0);
-        const std::string& out = engine.output();
+        ScratchDirectory dir;
+        write_file("games.pgn", games);
+        write_file("test.epd", "; id \"X.2\"\n8/8/8/8/8/8/8/K6k b - - id \"X.2\";\n");
+        const std::string out = run_engine({"-c", "-hash", "1"}, c.script + "\nquit", dir.path);
         expect_in_order(out, c.in_order);
         const std::size_t last = out.rfind(c.in_order.back());
         for (const std::string& text : c.absent) EXPECT_EQ(out.find(text, last + 1), std::string::npos) << out;
-        if (!c.file.empty()) {
-            EXPECT_EQ(engine.read_file(c.file), c.content);
-        }
+        EXPECT_EQ(c.file.empty() ? c.content : read_file(c.file), c.content);
     }
 }
 
 }  // namespace
 
 namespace {
-
-// "trace N" writes every move the search makes down to ply N to trace.txt,
-// a block per iteration, the replies indented under their move, null moves
-// as "null". "tune" without a name does nothing at all.
-TEST(ConsoleSearch, TraceWritesTheSearchTreeAndTuneWithoutANameIsSilent) {
-    EngineProcess engine({"-c", "-hash", "1"});
-    engine.send("tune\nbd\ntrace 2\ngo 4");
-    ASSERT_GE(engine.wait_for("TB=0K\n\n", 20), 0) << engine.output();
-    engine.send("quit");
-    EXPECT_EQ(engine.wait_exit(10), 0);
-    const std::string& out = engine.output();
-    EXPECT_EQ(out.find(kStartBoard), 0u) << out;
-    EXPECT_EQ(out.find(kStartBoard, 1), out.find_first_not_of('\n', kStartBoard.size())) << out;
-    const std::string trace = engine.read_file("trace.txt");
-    expect_in_order(trace, {"\n\nSEARCH DEPTH= 1\n( 1)", "\n\nSEARCH DEPTH= 4\n\n( 4)"});
-    EXPECT_EQ(count_of(trace, "SEARCH DEPTH="), 4);
-    EXPECT_TRUE(std::regex_search(trace, std::regex("\n\\( [1-4]\\)[a-h][1-8][a-h][1-8] "
-                                                    "\\( [0-3]\\)[a-h][1-8][a-h][1-8] \n {9}\\( [0-3]\\)"
-                                                    "[a-h][1-8][a-h][1-8] \n")))
-        << trace.substr(0, 2000);
-    EXPECT_NE(trace.find(")null "), std::string::npos);
-    EXPECT_EQ(trace.find("\n                  "), std::string::npos);  // nothing below ply 2
-}
 
 TEST(ConsoleSearch, SearchesReportAndSelfPlayStopsWhenNoMoveIsLeft) {
     EngineProcess engine({"-c", "-hash", "1"});

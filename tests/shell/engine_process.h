@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/scratch_directory.h"
@@ -153,6 +154,17 @@ private:
     int status_ = kRunning;
     bool owns_directory_ = false;
 };
+
+// Runs the engine on a script to its exit (the input ends after the script),
+// in `directory` when given; returns everything it printed.
+inline std::string run_engine(std::vector<std::string> args, const std::string& script = "",
+                              const std::string& directory = "", double timeout = 30) {
+    EngineProcess engine(std::move(args), directory);
+    if (!script.empty()) engine.send(script);
+    engine.close_input();
+    EXPECT_EQ(engine.wait_exit(timeout), 0) << script;
+    return engine.output();
+}
 
 // Sends the lines and waits for the whole "bestmove" line; returns the output since.
 inline std::string search(EngineProcess& engine, const std::string& lines, double timeout = 30) {

@@ -24,9 +24,8 @@ int thread_count(pid_t pid) {
 
 // Sends "isready" and waits for its answer, so start-up is complete.
 void expect_ready(EngineProcess& engine) {
-    std::size_t from = engine.output().size();
     engine.send("isready");
-    ASSERT_GE(engine.wait_for("readyok", 10, from), 0) << engine.output();
+    ASSERT_GE(engine.wait_for("readyok", 10), 0) << engine.output();
 }
 
 TEST(Startup, TheLogIsRecreatedAndHoldsTheEchoedCommands) {
@@ -40,19 +39,15 @@ TEST(Startup, TheLogIsRecreatedAndHoldsTheEchoedCommands) {
     // A second run in the same directory starts a fresh log; an (empty)
     // settings file is reported before the switches are read.
     engine.write_file("vorn.rc", "");
-    EngineProcess again({}, engine.directory());
-    again.send("quit");
-    EXPECT_EQ(again.wait_exit(10), 0);
-    EXPECT_EQ(again.read_file("vorn.log"),
+    run_engine({}, "quit", engine.directory());
+    EXPECT_EQ(engine.read_file("vorn.log"),
               "loaded parameters from vorn.rc\n\nfile vorn.rc contains invalid PST\nCMD: quit\n");
 
     // -quiet and -nolog leave the log empty.
     for (const char* option : {"-quiet", "-nolog"}) {
-        EngineProcess silent({option});
-        expect_ready(silent);
-        silent.send("quit");
-        EXPECT_EQ(silent.wait_exit(10), 0);
-        EXPECT_EQ(silent.read_file("vorn.log"), "") << option;
+        ScratchDirectory dir;
+        run_engine({option}, "isready\nquit", dir.path);
+        EXPECT_EQ(read_file("vorn.log"), "") << option;
     }
 }
 
@@ -74,11 +69,9 @@ TEST(Startup, HelpAndVersionAnswerWithoutStartingTheEngine) {
     for (const auto& request : requests) {
         ScratchDirectory scratch;
         write_file("vorn.log", "kept");
-        EngineProcess engine(request.args, scratch.path);
-        EXPECT_EQ(engine.wait_exit(10), 0);
-        const std::string& text = engine.output();
+        const std::string text = run_engine(request.args, "", scratch.path);
         EXPECT_EQ(text.rfind(request.begins, 0), 0u) << text;
-        EXPECT_EQ(engine.read_file("vorn.log"), "kept") << request.args[0];
+        EXPECT_EQ(read_file("vorn.log"), "kept") << request.args[0];
         if (text.rfind("Usage", 0) != 0) continue;
         for (const std::string& word : switches) EXPECT_NE(text.find(word), std::string::npos) << word;
     }
@@ -91,11 +84,7 @@ TEST(Startup, ABookThatIsNotARegularFileIsNoBook) {
     ASSERT_EQ(mkfifo("vorn.opn", 0600), 0);
     for (const char* settings : {"", "VornBook /dev/zero\n", "VornBook .\n"}) {
         if (settings[0]) write_file("vorn.rc", settings);
-        EngineProcess engine({"-nolog"}, dir.path);
-        engine.send("uci");
-        EXPECT_GE(engine.wait_for("uciok", 5), 0) << settings;
-        engine.send("quit");
-        EXPECT_EQ(engine.wait_exit(10), 0);
+        EXPECT_NE(run_engine({"-nolog"}, "uci\nquit", dir.path, 5).find("uciok"), std::string::npos) << settings;
     }
 }
 

@@ -16,9 +16,7 @@ TEST(TbEngine, PathFromTheSettingsFileAndUciForcesTheRootScoreAndMove) {
     Move move;
     ASSERT_EQ(tb_probe_root(TbBoard(fen).pos, &wdl, &dtz, &move), 4);
     std::vector<std::string> kept;
-    for (const Move* m = root_tb_moves; *m; m++)
-        kept.push_back(std::string{char('a' + move_from(*m) % 8), char('1' + move_from(*m) / 8),
-                                   char('a' + move_to(*m) % 8), char('1' + move_to(*m) / 8)});
+    for (const Move* m = root_tb_moves; *m; m++) kept.push_back(coordinates(*m));
 
     // The settings file's path is initialised at start.
     ScratchDirectory dir;

@@ -112,11 +112,6 @@ TEST(TbOracle, DtzAgreesWithTheChildrensDtz) {
     }
 }
 
-std::string coordinates(Move m) {
-    return {char('a' + move_from(m) % 8), char('1' + move_from(m) / 8), char('a' + move_to(m) % 8),
-            char('1' + move_to(m) / 8)};
-}
-
 // Near the fifty-move limit the counter decides between a win and a draw:
 // the root's class, the moves that keep it and the chosen one must agree
 // with the oracle's ranking of every root move under the rule. From 99 plies

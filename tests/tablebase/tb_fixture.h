@@ -57,6 +57,11 @@ struct TbBoard {
     TbPosition tb() const { return tb_position_from(pos, pos.fifty_count); }
 };
 
+inline std::string coordinates(Move m) {
+    return {char('a' + move_from(m) % 8), char('1' + move_from(m) / 8), char('a' + move_to(m) % 8),
+            char('1' + move_to(m) / 8)};
+}
+
 // A random legal placement of a material named like "KRPvKR", with colours
 // and side to move at random.
 TbPosition random_position(const std::string& material, std::mt19937& rng);

@@ -21,24 +21,6 @@
 
 namespace {
 
-TEST(MatchScoreLine, MarginAndMark) {
-    const struct {
-        MatchTally tally;
-        const char* line;
-    } cases[] = {
-        {{201, 125, 76, 0}, " 201 games,  125  76   0  0.622 (+/- 0.108) *"},
-        {{200, 124, 76, 0}, " 200 games,  124  76   0  0.620 (+/- 0.108)  "},  // too few games
-        {{300, 100, 200, 0}, " 300 games,  100 200   0  0.333 (+/- 0.088) *"},
-        {{8000, 4100, 3900, 0}, "8000 games,  4100 3900   0  0.512 (+/- 0.017)  "},
-        {{1, 0, 0, 1}, "   1 games,    0   0   1  0.500 (+/- 2.487)  "},
-    };
-    char line[96];
-    for (const auto& c : cases) {
-        format_score_line(c.tally, line, sizeof line);
-        EXPECT_STREQ(line, c.line);
-    }
-}
-
 class MatchGames : public ToolTest {
 protected:
     void SetUp() override {
@@ -171,10 +153,9 @@ TEST_F(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
     // Player 1's settings missing, then without piece-square tables: no match.
     for (const char* says : {"Can't open file test1.rc\n\n",
                              "file vorn.rc contains invalid PST\nCan't open file test1.rc\n\n"}) {
-        EngineProcess engine({"-nolog", "-match", "games.pgn"}, scratch_.path);
-        ASSERT_EQ(engine.wait_exit(30), 0);
-        EXPECT_NE(engine.output().find(says), std::string::npos) << engine.output();
-        EXPECT_EQ(engine.output().find("Starting match"), std::string::npos);
+        const std::string out = run_engine({"-nolog", "-match", "games.pgn"}, "", scratch_.path);
+        EXPECT_NE(out.find(says), std::string::npos) << out;
+        EXPECT_EQ(out.find("Starting match"), std::string::npos);
         write_file("test1.rc", "knight_value 300 300\n");
     }
     write_file("test1.rc", "# Player 1: junk lines, lighter knights, flat tables\nknight_value = 300, 300\n"
@@ -182,9 +163,8 @@ TEST_F(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
     // The games are not written over a settings file; without a book the
     // match says once that every opening repeats.
     const std::string player1 = read_file("test1.rc");
-    EngineProcess clash({"-nolog", "-match", "test1.rc"}, scratch_.path);
-    ASSERT_EQ(clash.wait_exit(30), 0);
-    EXPECT_NE(clash.output().find("test1.rc is a settings file; the games are not written over it\n"), std::string::npos);
+    EXPECT_NE(run_engine({"-nolog", "-match", "test1.rc"}, "", scratch_.path)
+                  .find("test1.rc is a settings file; the games are not written over it\n"), std::string::npos);
     EXPECT_EQ(read_file("test1.rc"), player1);
     EngineProcess bookless({"-nolog", "-d", "1", "-match", "games.pgn"}, scratch_.path);
     EXPECT_GT(bookless.wait_for("Starting match...\nno book: every game repeats its opening for each colour\n", 30), 0);

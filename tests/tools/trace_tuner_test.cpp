@@ -78,12 +78,8 @@ TEST_F(TraceTuner, ErrorAndGradientAgreeWithTheRunnersMeasure) {
 
 TEST_F(TraceTuner, WritesASettingsFileThatTheEngineReadsBack) {
     write_file("train.epd", read_file(kPositions));
-    EngineProcess tuner({"-tune_all", "train.epd", "fitted.rc", "epochs=20", "retrace=10",
-                         "threads=2"},
-                        scratch_.path);
-    tuner.close_input();
-    ASSERT_EQ(tuner.wait_exit(60), 0);
-    const std::string& out = tuner.output();
+    const std::string out =
+        run_engine({"-tune_all", "train.epd", "fitted.rc", "epochs=20", "retrace=10", "threads=2"}, "", scratch_.path, 60);
     const std::size_t check = out.find("read back: ");
     ASSERT_NE(check, std::string::npos) << out;
     int differ = -1, parameters = 0, agree = -1, positions = 0;
@@ -96,11 +92,9 @@ TEST_F(TraceTuner, WritesASettingsFileThatTheEngineReadsBack) {
     EXPECT_EQ(agree, positions);
 
     write_file("vorn.rc", read_file("fitted.rc"));
-    EngineProcess engine({"-c"}, scratch_.path);
-    engine.send("quit");
-    ASSERT_EQ(engine.wait_exit(30), 0);
-    EXPECT_NE(engine.output().find("loaded parameters from vorn.rc"), std::string::npos);
-    EXPECT_EQ(engine.output().find("invalid PST"), std::string::npos);
+    const std::string loaded = run_engine({"-c"}, "quit", scratch_.path);
+    EXPECT_NE(loaded.find("loaded parameters from vorn.rc"), std::string::npos);
+    EXPECT_EQ(loaded.find("invalid PST"), std::string::npos);
 }
 
 }  // namespace

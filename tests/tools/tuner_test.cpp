@@ -34,11 +34,7 @@ using Tuner = ToolTest;
 TEST_F(Tuner, GradientPassRaisesATooLowKnightValueAndLowersTheError) {
     write_file("vorn.rc", "knight_value 200 200\n");
     write_file("odds.epd", knight_odds_positions());
-    EngineProcess engine({"-tune", "odds.epd"}, scratch_.path);
-    engine.close_input();
-    ASSERT_EQ(engine.wait_exit(120), 0);
-
-    const std::string& out = engine.output();
+    const std::string out = run_engine({"-tune", "odds.epd"}, "", scratch_.path, 120);
     const std::vector<double> knight = numbers_after(out, "** knight_value_op = ");
     const std::vector<double> error = numbers_after(out, "\nerr= ");
     ASSERT_EQ(knight.size(), 100u);
@@ -55,19 +51,12 @@ TEST_F(Tuner, GradientPassRaisesATooLowKnightValueAndLowersTheError) {
 // Without positions, or with nowhere to log, nothing is tuned; a missing
 // file of positions is named instead of measuring 1.0 a hundred times.
 TEST_F(Tuner, GradientPassWithoutPositionsOrLogMovesNothing) {
-    {
-        EngineProcess engine({"-tune", "missing.epd"}, scratch_.path);
-        engine.close_input();
-        ASSERT_EQ(engine.wait_exit(60), 0);
-        EXPECT_EQ(engine.output(), "cannot read missing.epd: No such file or directory\n");
-    }
+    EXPECT_EQ(run_engine({"-tune", "missing.epd"}, "", scratch_.path),
+              "cannot read missing.epd: No such file or directory\n");
     write_file("tune.epd", knight_odds_positions());
     ASSERT_EQ(std::system("mkdir tune.log"), 0);  // cannot be created
     for (const char* input : {"tune.epd", "tune.log"}) {
-        EngineProcess engine({"-tune", input}, scratch_.path);
-        engine.close_input();
-        ASSERT_EQ(engine.wait_exit(30), 0);
-        EXPECT_EQ(engine.output().find("pass="), std::string::npos);
+        EXPECT_EQ(run_engine({"-tune", input}, "", scratch_.path).find("pass="), std::string::npos);
         ASSERT_EQ(std::system("rmdir tune.log; cp tune.epd tune.log"), 0);  // next: the log named as input
     }
     EXPECT_EQ(read_file("tune.log"), read_file("tune.epd"));
@@ -76,17 +65,10 @@ TEST_F(Tuner, GradientPassWithoutPositionsOrLogMovesNothing) {
 TEST_F(Tuner, ConsoleLineSearchReportsABetterValueAndKeepsTheGame) {
     write_file("vorn.rc", "knight_value 200 200\n");
     write_file("tune.epd", knight_odds_positions());
-    EngineProcess engine({"-c"}, scratch_.path);
-    engine.send("fen 4k3/8/8/8/8/8/8/4K2N w - -");
-    engine.send("tune no_such_parameter");
-    engine.send("tune knight_value_op");
-    engine.send("bd");
-    // The depth limit, progress lines and hash table are the console's again.
-    engine.send("fen 7k/8/8/8/8/8/6PP/q5RK w - -\nmv");
-    ASSERT_GE(engine.wait_for("move= ", 60), 0) << engine.output();
-    engine.send("quit");
-    ASSERT_EQ(engine.wait_exit(120), 0);
-    const std::string& out = engine.output();
+    // After tuning, the depth limit, progress lines and hash table are the console's again.
+    const std::string out = run_engine({"-c"}, "fen 4k3/8/8/8/8/8/8/4K2N w - -\ntune no_such_parameter\n"
+                                       "tune knight_value_op\nbd\nfen 7k/8/8/8/8/8/6PP/q5RK w - -\nmv",
+                                       scratch_.path, 120);
 
     const std::size_t tuning = out.find("\ntuning knight_value_op\nknight_value_op= 200, err= ");
     ASSERT_NE(tuning, std::string::npos);
@@ -99,11 +81,9 @@ TEST_F(Tuner, ConsoleLineSearchReportsABetterValueAndKeepsTheGame) {
 
     // Without tune.epd: one line naming it, then "done!".
     ASSERT_EQ(std::system("rm tune.epd"), 0);
-    EngineProcess missing({"-c"}, scratch_.path);
-    missing.send("tune knight_value_op\nquit");
-    ASSERT_EQ(missing.wait_exit(30), 0);
-    EXPECT_NE(missing.output().find("white\n\ncannot read tune.epd: No such file or directory\ndone!\n\n"),
-              std::string::npos) << missing.output();
+    const std::string missing = run_engine({"-c"}, "tune knight_value_op\nquit", scratch_.path);
+    EXPECT_NE(missing.find("white\n\ncannot read tune.epd: No such file or directory\ndone!\n\n"),
+              std::string::npos) << missing;
 }
 
 }  // namespace
