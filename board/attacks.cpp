@@ -1,5 +1,7 @@
 #include "board/attacks.h"
 
+namespace vorn {
+
 Bitboard pawn_attacks[2][65];
 Bitboard knight_attacks[65];
 Bitboard king_attacks[65];
@@ -73,3 +75,5 @@ bool is_attacked(const Position& pos, int square, int side) {
         if (!(between[lowest_square(b)][square] & occupancy)) return true;
     return false;
 }
+
+}  // namespace vorn

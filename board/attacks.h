@@ -7,6 +7,8 @@
 #include "board/position.h"
 #include "board/types.h"
 
+namespace vorn {
+
 // Ray directions: the first four ascend in square number, the last four descend.
 enum RayDirection { kNorth = 0, kEast = 1, kNorthEast = 2, kNorthWest = 3,
                     kSouth = 4, kWest = 5, kSouthWest = 6, kSouthEast = 7 };
@@ -52,3 +54,5 @@ inline Bitboard queen_attacks(int square, Bitboard occupancy) {
 
 // True when any piece of `side` attacks `square`.
 bool is_attacked(const Position& pos, int square, int side);
+
+}  // namespace vorn

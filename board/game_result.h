@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+namespace vorn {
+
 constexpr int kWhiteWon = 0;
 constexpr int kBlackWon = 1;
 constexpr int kOtherResult = 2;  // a draw, or no result given
@@ -16,3 +18,5 @@ inline const char* result_text(int result) {
 inline int result_from_tag(const char* line) {
     return std::strstr(line, "1-0") ? kWhiteWon : std::strstr(line, "0-1") ? kBlackWon : kOtherResult;
 }
+
+}  // namespace vorn

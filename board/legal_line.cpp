@@ -6,6 +6,8 @@
 #include "board/make_move.h"
 #include "board/movegen.h"
 
+namespace vorn {
+
 bool is_legal_move(const Position& pos, Move move) {
     if (move == kNoMove) return false;
     MoveEntry list[kMaxMoves];
@@ -83,3 +85,5 @@ int legal_line_length(const Position& pos, const uint16_t* line, int max_length)
     while (length < max_length && is_legal_move(copy, line[length])) make_move(copy, line[length++]);
     return length;
 }
+
+}  // namespace vorn

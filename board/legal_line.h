@@ -8,6 +8,8 @@
 #include "board/position.h"
 #include "board/types.h"
 
+namespace vorn {
+
 // True when move is a legal move of the side to move in pos.
 bool is_legal_move(const Position& pos, Move move);
 
@@ -23,3 +25,5 @@ bool is_pseudo_legal(const Position& pos, Move move);
 // read) can be played one after the other from pos. The position is not
 // changed; a line that goes on after a mate is cut there.
 int legal_line_length(const Position& pos, const uint16_t* line, int max_length);
+
+}  // namespace vorn

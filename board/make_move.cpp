@@ -8,6 +8,8 @@
 
 #include "board/attacks.h"
 
+namespace vorn {
+
 MoveTraceHook move_trace_hook = nullptr;
 
 namespace {
@@ -354,3 +356,5 @@ LegalityShortcut legality_shortcut(const Position& pos, int side) {
     }
     return {needs_test, attacked_with(pos, king, enemy, occupancy, 0)};
 }
+
+}  // namespace vorn

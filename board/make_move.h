@@ -6,6 +6,8 @@
 #include "board/position.h"
 #include "board/types.h"
 
+namespace vorn {
+
 constexpr int pawn_step[2] = {8, -8};
 
 // Called by make_move before the move is made when set (the search trace);
@@ -48,3 +50,5 @@ int gives_check(const Position& pos, int side, const MoveEntry& entry);
 
 // True when the king of `side` is attacked.
 bool in_check(const Position& pos, int side);
+
+}  // namespace vorn

@@ -2,6 +2,8 @@
 
 #include "board/attacks.h"
 
+namespace vorn {
+
 namespace {
 
 inline MoveEntry* emit(MoveEntry* list, int from, int to, int mover, int victim) {
@@ -183,3 +185,5 @@ MoveEntry* generate_all(const Position& pos, MoveEntry* list) {
     list->move = kMoveListEnd;
     return list;
 }
+
+}  // namespace vorn

@@ -6,6 +6,8 @@
 #include "board/position.h"
 #include "board/types.h"
 
+namespace vorn {
+
 MoveEntry* gen_pawn_captures(const Position& pos, int side, MoveEntry* list);
 MoveEntry* gen_piece_captures(const Position& pos, int side, MoveEntry* list);
 MoveEntry* gen_promotions(const Position& pos, int side, MoveEntry* list);
@@ -14,3 +16,5 @@ MoveEntry* gen_quiet_moves(const Position& pos, int side, MoveEntry* list);
 // All four groups for the side to move, then the end mark 0xFFFF. Returns the
 // element holding the end mark. The list needs room for kMaxMoves entries.
 MoveEntry* generate_all(const Position& pos, MoveEntry* list);
+
+}  // namespace vorn

@@ -8,6 +8,8 @@
 #include "core/output.h"
 #include "core/shell_state.h"
 
+namespace vorn {
+
 const char square_names[64][3] = {
     "a1", "b1", "c1", "d1", "e1", "f1", "g1", "h1", "a2", "b2", "c2", "d2", "e2", "f2", "g2", "h2",
     "a3", "b3", "c3", "d3", "e3", "f3", "g3", "h3", "a4", "b4", "c4", "d4", "e4", "f4", "g4", "h4",
@@ -202,3 +204,5 @@ int parse_move(const Position& pos, const char* text, Move* result) {
     if (matches == 2) print_unlogged("ambiguous move");
     return matches == 1;
 }
+
+}  // namespace vorn

@@ -5,6 +5,8 @@
 #include "board/position.h"
 #include "board/types.h"
 
+namespace vorn {
+
 extern const char square_names[64][3];
 
 // Buffers for move texts must hold kMoveTextSize characters.
@@ -22,3 +24,5 @@ void move_to_san(const Position& pos, Move move, char* coordinate, char* san,
 // Finds the one legal move of `pos` the text names. Returns 1 and stores it,
 // or 0 (after printing "ambiguous move" when two moves match).
 int parse_move(const Position& pos, const char* text, Move* result);
+
+}  // namespace vorn

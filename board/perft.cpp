@@ -8,6 +8,8 @@
 #include "board/movegen.h"
 #include "core/output.h"
 
+namespace vorn {
+
 namespace {
 
 inline Bitboard shifted(Bitboard b, int n) { return n > 0 ? b << n : b >> -n; }
@@ -109,3 +111,5 @@ void print_perft_result(uint64_t nodes, double seconds) {
     send_linef("visited %0.0f nodes in %0.3f seconds, nps= %0.0f", double(nodes), seconds,
                double(nodes) / (seconds + 0.001));
 }
+
+}  // namespace vorn

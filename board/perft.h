@@ -6,6 +6,8 @@
 
 #include "board/position.h"
 
+namespace vorn {
+
 constexpr int kMaxPerftDepth = 20;
 
 // Number of legal move sequences of length `depth` from the position, with
@@ -15,3 +17,5 @@ uint64_t perft(Position& pos, int side, int depth);
 
 // The console report: "visited %0.0f nodes in %0.3f seconds, nps= %0.0f".
 void print_perft_result(uint64_t nodes, double seconds);
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 #include "core/output.h"
 #include "core/shell_state.h"
 
+namespace vorn {
+
 uint64_t zobrist_piece[16][64];
 uint64_t zobrist_extra[66];
 const uint64_t zobrist_side[2] = {0, 0xFFFFFFFFFFFFFFFFull};
@@ -333,3 +335,5 @@ void print_board(const Position& pos) {
     board_text(pos, text);
     send_line(text);
 }
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 
 #include "board/types.h"
 
+namespace vorn {
+
 // State before a move, enough to unmake it and to find repetitions.
 struct HistoryEntry {
     uint16_t move;
@@ -179,3 +181,5 @@ void position_to_fen(const Position& pos, char* buffer);
 constexpr size_t kBoardTextSize = 256;
 void board_text(const Position& pos, char* buffer);
 void print_board(const Position& pos);
+
+}  // namespace vorn

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+namespace vorn {
+
 const char* position_fault(const Position& pos) {
     if (pos.board[kNoSquare] != kNoPiece) return "board[64] is not empty";
     if (pos.side_to_move > 1) return "side to move";
@@ -67,3 +69,5 @@ void abort_on_position_fault(const Position& pos, const char* fault) {
     std::fprintf(stderr, "inconsistent position: %s\n%s\n", fault, fen);
     std::abort();
 }
+
+}  // namespace vorn

@@ -6,6 +6,8 @@
 
 #include "board/position.h"
 
+namespace vorn {
+
 // What is wrong with the position, or nullptr when nothing is.
 const char* position_fault(const Position& pos);
 
@@ -19,3 +21,5 @@ inline void assert_consistent([[maybe_unused]] const Position& pos) {
     if (const char* fault = position_fault(pos)) abort_on_position_fault(pos, fault);
 #endif
 }
+
+}  // namespace vorn

@@ -2,6 +2,8 @@
 
 #include "board/make_move.h"
 
+namespace vorn {
+
 const char* unsearchable_reason(const Position& pos) {
     for (int side = 0; side < 2; ++side) {
         if (pos.pieces[side][kKing] == 0 || (pos.pieces[side][kKing] & (pos.pieces[side][kKing] - 1)))
@@ -13,3 +15,5 @@ const char* unsearchable_reason(const Position& pos) {
     if (in_check(pos, pos.side_to_move ^ 1)) return "the side not to move is in check";
     return nullptr;
 }
+
+}  // namespace vorn

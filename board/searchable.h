@@ -5,6 +5,10 @@
 
 #include "board/position.h"
 
+namespace vorn {
+
 // Why a search of the position would be unsound (missing or extra kings, the
 // side not to move in check, pawns on the first or last rank), or nullptr.
 const char* unsearchable_reason(const Position& pos);
+
+}  // namespace vorn

@@ -2,6 +2,8 @@
 
 #include "board/attacks.h"
 
+namespace vorn {
+
 const int16_t see_value[7] = {0, 100, 330, 330, 530, 1060, 10000};
 const int32_t capture_rank[7] = {0, 1, 3, 3, 5, 10, 0};
 
@@ -93,3 +95,5 @@ bool capture_not_losing(Position& pos, Move move) {
     undo_capture(pos, from, to, target);
     return see_value[target_type] - loss >= -74;
 }
+
+}  // namespace vorn

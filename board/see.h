@@ -5,6 +5,8 @@
 #include "board/position.h"
 #include "board/types.h"
 
+namespace vorn {
+
 extern const int16_t see_value[7];
 extern const int32_t capture_rank[7];
 
@@ -19,3 +21,5 @@ int see(Position& pos, int side, int from, int to, Bitboard occupancy, bool may_
 
 // True when the capture is not judged to lose more than 74 centipawns.
 bool capture_not_losing(Position& pos, Move move);
+
+}  // namespace vorn

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace vorn {
+
 using Bitboard = uint64_t;
 using Move = uint16_t;
 
@@ -67,3 +69,5 @@ struct MoveEntry {
 
 // Room for every pseudo-legal move of one position (the known maximum is 218).
 constexpr int kMaxMoves = 256;
+
+}  // namespace vorn

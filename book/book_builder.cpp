@@ -21,6 +21,8 @@
 #include "core/output.h"
 #include "core/progress.h"
 
+namespace vorn {
+
 namespace {
 
 constexpr const char* kGameFile = "book.pgn";
@@ -193,3 +195,5 @@ bool build_book() {
     send_line("done");
     return true;
 }
+
+}  // namespace vorn

@@ -10,7 +10,11 @@
 // game file. Progress: "." per buffer merge, "merging..." per book merge, then
 // "pruning..." and "done".
 
+namespace vorn {
+
 // Switches the probing book off for the rest of the run (its file name is
 // emptied), then builds the book. Returns false, having built nothing, when
 // "book.pgn" cannot be opened or the record buffer cannot be allocated.
 bool build_book();
+
+}  // namespace vorn

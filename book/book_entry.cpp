@@ -1,5 +1,7 @@
 #include "book/book_entry.h"
 
+namespace vorn {
+
 namespace {
 
 void put16(uint8_t* bytes, uint16_t value) {
@@ -49,3 +51,5 @@ bool write_book_entry(std::FILE* file, const BookEntry& entry) {
     encode_book_entry(entry, bytes);
     return std::fwrite(bytes, 1, kBookEntrySize, file) == kBookEntrySize;
 }
+
+}  // namespace vorn

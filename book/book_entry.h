@@ -10,6 +10,8 @@
 
 #include "book/book_key.h"
 
+namespace vorn {
+
 inline constexpr int kBookEntrySize = 14;
 // Counts stop here when records are added together.
 inline constexpr int kBookCountLimit = 60000;
@@ -45,3 +47,5 @@ inline int compare_book_keys(const BookEntry& a, const BookEntry& b) {
 inline int compare_book_keys(const BookEntry& a, const BookKey& key) {
     return compare_book_keys(a.key16, a.key32, key.key16, key.key32);
 }
+
+}  // namespace vorn

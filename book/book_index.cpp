@@ -9,6 +9,8 @@
 #include "book/book_settings.h"
 #include "core/line_file.h"
 
+namespace vorn {
+
 int32_t book_count = 0;
 
 namespace {
@@ -126,3 +128,5 @@ void close_book() {
     delete[] window.records;
     window.records = nullptr;
 }
+
+}  // namespace vorn

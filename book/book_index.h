@@ -10,6 +10,8 @@
 #include "book/book_entry.h"
 #include "book/book_key.h"
 
+namespace vorn {
+
 inline constexpr int kBookIndexSize = 1024;   // blocks: key16 >> 6
 inline constexpr int kBookWindowSize = 2048;  // records read per window
 
@@ -32,3 +34,5 @@ const BookEntry* book_lookup(const BookKey& key);
 
 // Switches the book off (no file, no records) and frees the window.
 void close_book();
+
+}  // namespace vorn

@@ -2,6 +2,8 @@
 
 #include "board/types.h"
 
+namespace vorn {
+
 namespace {
 
 // Index of a piece of type t (pawn 1 .. king 6) and colour c on square s.
@@ -27,3 +29,5 @@ BookKey compute_book_key(const Position& pos) {
     const uint16_t white_flag = pos.side_to_move == kWhite ? 0x8000 : 0;
     return BookKey{static_cast<uint16_t>((key16 & 0x7FFF) | white_flag), key32};
 }
+
+}  // namespace vorn

@@ -8,6 +8,8 @@
 
 #include "board/position.h"
 
+namespace vorn {
+
 inline constexpr int kBookRandomCount = 772;
 
 // x = 77, then x = x * 33 + 12345 (mod 65536) for each entry in turn.
@@ -31,3 +33,5 @@ struct BookKey {
 };
 
 BookKey compute_book_key(const Position& pos);
+
+}  // namespace vorn

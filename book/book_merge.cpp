@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+namespace vorn {
+
 namespace {
 
 // Records from a file or from memory, one at a time, in book order.
@@ -111,3 +113,5 @@ bool prune_book_file(const char* file_name, int min_games, const char* temporary
     std::fclose(in);
     return finish_output(out, written, temporary_name, file_name);
 }
+
+}  // namespace vorn

@@ -6,6 +6,8 @@
 
 #include "book/book_entry.h"
 
+namespace vorn {
+
 // Merges `count` sorted records into the sorted file `file_name` (absent
 // counts as empty), through `temporary_name`.
 bool merge_records_into_file(const char* file_name, const BookEntry* records, int count,
@@ -19,3 +21,5 @@ bool merge_file_into_file(const char* into_name, const char* from_name, const ch
 // Keeps only the records of `file_name` reached in more than `min_games`
 // games, through `temporary_name`. Does nothing when the file cannot be opened.
 bool prune_book_file(const char* file_name, int min_games, const char* temporary_name);
+
+}  // namespace vorn

@@ -12,6 +12,8 @@
 #include "book/book_settings.h"
 #include "core/output.h"
 
+namespace vorn {
+
 namespace {
 
 // Games the mover must not have lost before a move counts at all.
@@ -77,3 +79,5 @@ Move book_probe(Position& pos, bool verbose) {
     }
     return choice;
 }
+
+}  // namespace vorn

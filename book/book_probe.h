@@ -8,6 +8,8 @@
 #include "board/position.h"
 #include "board/types.h"
 
+namespace vorn {
+
 // Returns the chosen book move for the side to move, or 0 when there is none:
 // no book loaded, no candidate, or, once a move has been played since the
 // position was set (history_count at least 1), the position itself not in the
@@ -19,3 +21,5 @@
 // Any caller between searches may use it (console play, the UCI main loop, a
 // self-play match); it draws from std::rand once per candidate.
 Move book_probe(Position& pos, bool verbose);
+
+}  // namespace vorn

@@ -1,3 +1,7 @@
 #include "book/book_settings.h"
 
+namespace vorn {
+
 BookSettings book_settings;
+
+}  // namespace vorn

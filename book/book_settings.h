@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+namespace vorn {
+
 inline constexpr int kBookFileNameSize = 142;  // at most 141 characters
 
 struct BookSettings {
@@ -15,3 +17,5 @@ struct BookSettings {
 };
 
 extern BookSettings book_settings;
+
+}  // namespace vorn

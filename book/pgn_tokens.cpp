@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+namespace vorn {
+
 namespace {
 
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
@@ -23,3 +25,5 @@ const char* next_pgn_token(const char* text, char* token, std::size_t size) {
     token[n] = '\0';
     return text;
 }
+
+}  // namespace vorn

@@ -9,6 +9,8 @@
 
 #include "core/output.h"
 
+namespace vorn {
+
 bool read_line(std::FILE* file, char* line, int size) {
     if (!std::fgets(line, size, file)) return false;
     std::size_t length = std::strlen(line);
@@ -75,3 +77,5 @@ bool same_file(const char* a, const char* b) {
     return ::stat(a, &first) == 0 && ::stat(b, &second) == 0 && first.st_dev == second.st_dev &&
            first.st_ino == second.st_ino;
 }
+
+}  // namespace vorn

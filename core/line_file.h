@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <string>
 
+namespace vorn {
+
 // Reads one line of at most size - 1 characters into `line`, without its line
 // end; the rest of a longer line is dropped so the next call starts on the
 // following line. False at end of file.
@@ -29,3 +31,5 @@ std::FILE* open_text_input(const char* name, bool name_failure = false);
 // Whether two names lead to one existing file (the same device and inode),
 // so that writing the one would destroy the other.
 bool same_file(const char* a, const char* b);
+
+}  // namespace vorn

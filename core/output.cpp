@@ -7,6 +7,8 @@
 #include "core/progress.h"
 #include "core/shell_state.h"
 
+namespace vorn {
+
 // Workers print progress lines while the main thread answers commands; holding
 // the stream's lock for the text, its newline and the flush keeps lines whole.
 static void write_line(std::FILE* stream, const char* text) {
@@ -62,3 +64,5 @@ void close_log_file() {
     if (shell.log_file) std::fclose(shell.log_file);
     shell.log_file = nullptr;
 }
+
+}  // namespace vorn

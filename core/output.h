@@ -2,6 +2,8 @@
 // The one output routine: every protocol and console line passes through
 // send_line, which flushes at once and copies the line to the log.
 
+namespace vorn {
+
 // Prints text and a newline on standard output, flushes, then log_line(text).
 void send_line(const char* text);
 
@@ -23,3 +25,5 @@ void print_text(const char* text);
 // log is open.
 bool open_log_file();
 void close_log_file();
+
+}  // namespace vorn

@@ -11,6 +11,8 @@
 #include <cstring>
 #include <mutex>
 
+namespace vorn {
+
 namespace {
 
 constexpr double kRedrawSeconds = 0.25;  // often enough to look alive, rarely enough to cost nothing
@@ -157,3 +159,5 @@ void clear_progress_line() {
     std::lock_guard<std::mutex> hold(display_lock);
     erase_locked();
 }
+
+}  // namespace vorn

@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <cstdio>
 
+namespace vorn {
+
 class ProgressMeter {
 public:
     // `unit` names the items counted: "positions", "games", "passes". A
@@ -45,3 +47,5 @@ int64_t regular_file_size(std::FILE* file);
 // Wipes the progress line if one is shown; the output routines call it
 // before they write to standard output.
 void clear_progress_line();
+
+}  // namespace vorn

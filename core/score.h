@@ -8,6 +8,8 @@
 //
 // Plies count from 1 at the root.
 
+namespace vorn {
+
 // Wider than every score a search returns: the full window, "no score yet".
 constexpr int kInfinite = 10000;
 
@@ -59,3 +61,5 @@ constexpr int score_to_tt(int score, int ply) {
 constexpr int score_from_tt(int score, int ply) {
     return is_mated(score) ? score + ply : is_mate_win(score) ? score - ply : score;
 }
+
+}  // namespace vorn

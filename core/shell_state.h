@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <cstdio>
 
+namespace vorn {
+
 // A noise of this many seconds or more silences a search's progress lines
 // and start lines altogether (the tools and -quiet).
 constexpr double kSilentNoise = 9999.0;
@@ -54,3 +56,5 @@ enum : uint8_t {
 // One byte written by the main thread, by the first worker and by a worker
 // that reaches the node limit; read by all workers.
 extern std::atomic<uint8_t> stop_signal;
+
+}  // namespace vorn

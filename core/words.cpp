@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
+namespace vorn {
+
 Token next_token(const char* text) {
     Token token{};
     while (*text == ' ') ++text;
@@ -84,3 +86,5 @@ const char* find_after(const char* text, const char* word) {
     const char* hit = std::strstr(text, word);
     return hit ? hit + std::strlen(word) : nullptr;
 }
+
+}  // namespace vorn

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace vorn {
+
 // One word of a command line: at most 128 characters and the terminator.
 struct Token {
     char text[129];
@@ -38,3 +40,5 @@ void copy_word(char* buffer, std::size_t size, const char* text);
 
 // The position in text just after the first occurrence of word, or nullptr.
 const char* find_after(const char* text, const char* word);
+
+}  // namespace vorn

@@ -2,6 +2,8 @@
 #include "eval/eval_terms.h"
 #include "eval/kpk.h"
 
+namespace vorn {
+
 namespace {
 
 struct Material {
@@ -122,3 +124,5 @@ int draw_scale(const EvalInfo& info, int score, double& draw_adj) {
     draw_adj = adj;
     return int(score * adj);
 }
+
+}  // namespace vorn

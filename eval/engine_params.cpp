@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstring>
 
+namespace vorn {
+
 EngineParams params;
 EngineParams params_backup;
 
@@ -244,3 +246,5 @@ void register_tune_params() {
     add_tune_param("tune", &p.tune);
     tune_params_registered = true;
 }
+
+}  // namespace vorn

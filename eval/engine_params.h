@@ -9,6 +9,8 @@
 
 #include <cstdint>
 
+namespace vorn {
+
 // One opening/endgame pair of a table entry.
 struct ScorePair {
     int16_t op;
@@ -151,3 +153,5 @@ void add_tune_param(const char* name, int16_t* value);
 int select_tune_param(const char* name);
 // The row with exactly this name, or -1.
 int find_tune_param(const char* name);
+
+}  // namespace vorn

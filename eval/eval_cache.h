@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace vorn {
+
 struct EvalCacheEntry {
     uint64_t key;
     int16_t threat[2];
@@ -15,3 +17,5 @@ constexpr int kEvalCacheSize = 16384;
 inline int eval_cache_index(uint64_t key, int side_to_move) {
     return int(key & 0x3FFE) + side_to_move;
 }
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 #include "board/position.h"
 #include "board/types.h"
 
+namespace vorn {
+
 struct PawnHashEntry;
 struct LinearTrace;
 
@@ -75,3 +77,5 @@ struct EvalInfo {
     EvalTraceScratch tr;
     LinearTrace* linear;         // the tuner's record of this call, or null
 };
+
+}  // namespace vorn

@@ -9,6 +9,8 @@
 #include "eval/eval_info.h"
 #include "eval/linear_trace.h"
 
+namespace vorn {
+
 constexpr Bitboard kFileA = 0x0101010101010101ULL;
 constexpr Bitboard kRank1 = 0xFFULL;
 constexpr Bitboard kCentreBlock = 0x00003C3C3C3C0000ULL;  // c3-f6
@@ -84,3 +86,5 @@ void evaluate_pins(EvalInfo& info);
 // Scales a score in hard-to-win endings; returns the scaled score and sets
 // draw_adj.
 int draw_scale(const EvalInfo& info, int score, double& draw_adj);
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 #include "eval/evaluate.h"
 #include "eval/text_append.h"
 
+namespace vorn {
+
 EvalTrace eval_trace;
 
 void clear_eval_trace() {
@@ -99,3 +101,5 @@ std::string traced_evaluation_report(const Position& pos, EvalThreadState& state
     state.trace_thread = trace_thread;
     return eval_trace_report(pos, eval, eval);
 }
+
+}  // namespace vorn

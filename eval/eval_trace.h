@@ -8,6 +8,8 @@
 #include "board/position.h"
 #include "eval/eval_info.h"
 
+namespace vorn {
+
 struct EvalTrace {
     // Tapered contributions per side.
     int16_t material[2];
@@ -35,3 +37,5 @@ struct EvalThreadState;
 // used as thread 1 outside a search) and returns the report with
 // qscore = eval. Restores the state's flags afterwards.
 std::string traced_evaluation_report(const Position& pos, EvalThreadState& state);
+
+}  // namespace vorn

@@ -8,6 +8,8 @@
 #include "eval/eval_trace.h"
 #include "eval/kpk.h"
 
+namespace vorn {
+
 namespace {
 
 // Centralisation of the winning king in the bishop-and-knight mate.
@@ -255,3 +257,5 @@ int evaluate(const Position& pos, EvalThreadState& state, EvalStackOutput& out, 
     }
     return score;
 }
+
+}  // namespace vorn

@@ -9,6 +9,8 @@
 #include "eval/eval_info.h"
 #include "eval/pawn_hash.h"
 
+namespace vorn {
+
 struct LinearTrace;
 
 // Everything the evaluation keeps per search thread. The search's ThreadData
@@ -47,3 +49,5 @@ constexpr int kInCheckScore = -kInfinite;
 // init_eval_tables to have run. Never allocates.
 int evaluate(const Position& pos, EvalThreadState& state, EvalStackOutput& out, int ply,
              bool in_check);
+
+}  // namespace vorn

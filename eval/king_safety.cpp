@@ -3,6 +3,8 @@
 #include "eval/eval_terms.h"
 #include "eval/pawn_hash.h"
 
+namespace vorn {
+
 namespace {
 
 // Centre of the three shield files by king file: the shield never leaves the board.
@@ -110,3 +112,5 @@ void evaluate_king(EvalInfo& info, int s, int king_square) {
     }
     add_term(info, s, kTraceKings, king_square, op, en);
 }
+
+}  // namespace vorn

@@ -2,6 +2,8 @@
 
 #include "board/attacks.h"
 
+namespace vorn {
+
 uint8_t kpk_table[2][32][64][64];
 
 namespace {
@@ -129,3 +131,5 @@ bool kpk_won(int pawn_side, int pawn_square, int strong_king, int weak_king,
     return kpk_table[pawn_side_to_move ? 0 : 1][pawn_index(pawn_square)][strong_king][weak_king] ==
            kWon;
 }
+
+}  // namespace vorn

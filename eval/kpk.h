@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace vorn {
+
 // [0: pawn's side to move, 1: lone king to move][pawn file a-d + 4 x rank]
 // [square of the pawn side's king][square of the lone king], with the pawn's
 // side as White moving up the board. 2 = won; every other entry means not won
@@ -17,3 +19,5 @@ void init_kpk_table();
 // is the pawn's colour and `pawn_side_to_move` whether that side moves.
 bool kpk_won(int pawn_side, int pawn_square, int strong_king, int weak_king,
              bool pawn_side_to_move);
+
+}  // namespace vorn

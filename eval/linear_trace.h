@@ -15,6 +15,8 @@
 
 #include "eval/engine_params.h"
 
+namespace vorn {
+
 enum LinearPart : uint8_t { kPositionalOp, kPositionalEn, kMaterialOp, kMaterialEn };
 
 struct LinearTerm {
@@ -59,3 +61,5 @@ struct LinearTrace {
         terms[count++] = {param_slot(field), uint8_t(side), uint8_t(part), weight};
     }
 };
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 
 #include "eval/engine_params.h"
 
+namespace vorn {
+
 struct OneNumberKey {
     const char* key;
     int16_t EngineParams::*field;
@@ -73,3 +75,5 @@ inline constexpr TwoNumberKey kTwoNumberKeys[] = {
 // Followed by "_op" or "_en"; piece 1..6 in this order.
 inline constexpr const char* kTableKeys[6] = {"PST_pawn", "PST_knight", "PST_bishop",
                                        "PST_rook", "PST_queen",  "PST_king"};
+
+}  // namespace vorn

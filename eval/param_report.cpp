@@ -3,6 +3,8 @@
 #include "eval/engine_params.h"
 #include "eval/text_append.h"
 
+namespace vorn {
+
 std::string param_report() {
     const EngineParams& p = params;
     std::string out;
@@ -52,3 +54,5 @@ std::string param_report() {
     out += "\n\n";
     return out;
 }
+
+}  // namespace vorn

@@ -5,4 +5,8 @@
 
 #include <string>
 
+namespace vorn {
+
 std::string param_report();
+
+}  // namespace vorn

@@ -8,6 +8,8 @@
 #include "board/types.h"
 #include "eval/eval_info.h"
 
+namespace vorn {
+
 // One slot of the pawn hash (indexed by the low 13 bits of pawn_key).
 struct PawnHashEntry {
     uint64_t key;
@@ -39,3 +41,5 @@ int safe_advance(const Position& pos, int side, int from, int to, Bitboard occup
 // is the evaluation that traces its terms (the report's trace or the tuner's
 // linear trace), else null.
 void compute_pawn_entry(const Position& pos, PawnHashEntry& entry, EvalInfo* booking);
+
+}  // namespace vorn

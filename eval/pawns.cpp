@@ -3,6 +3,8 @@
 #include "eval/eval_terms.h"
 #include "eval/pawn_hash.h"
 
+namespace vorn {
+
 namespace {
 
 // Bonus for a pawn defended by another, by relative square (rank 1 first).
@@ -275,3 +277,5 @@ void evaluate_passers(EvalInfo& info) {
         note(info.linear, s, kPositionalEn, p.pawn_candidate, ((r - 2) * 32 + 24 * d) / 256.0f);
     }
 }
+
+}  // namespace vorn

@@ -3,6 +3,8 @@
 #include "eval/eval_terms.h"
 #include "eval/pawn_hash.h"
 
+namespace vorn {
+
 namespace {
 
 constexpr Bitboard kOutpostRanks[2] = {0x00007E7E00000000ULL, 0x000000007E7E0000ULL};
@@ -274,3 +276,5 @@ void evaluate_pins(EvalInfo& info) {
         }
     }
 }
+
+}  // namespace vorn

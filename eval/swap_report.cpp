@@ -4,6 +4,8 @@
 
 #include "board/see.h"
 
+namespace vorn {
+
 std::string swap_report(Position& pos) {
     std::string out;
     const Bitboard occupancy = pos.pieces[0][0] | pos.pieces[1][0];
@@ -20,3 +22,5 @@ std::string swap_report(Position& pos) {
     }
     return out;
 }
+
+}  // namespace vorn

@@ -6,5 +6,9 @@
 
 #include "board/position.h"
 
+namespace vorn {
+
 // Lines "sq= e4, swap= 100\n"; the position is restored before returning.
 std::string swap_report(Position& pos);
+
+}  // namespace vorn

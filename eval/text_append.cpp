@@ -3,6 +3,8 @@
 #include <cstdarg>
 #include <cstdio>
 
+namespace vorn {
+
 void append(std::string& out, const char* format, ...) {
     char line[256];
     va_list args;
@@ -11,3 +13,5 @@ void append(std::string& out, const char* format, ...) {
     va_end(args);
     out += line;
 }
+
+}  // namespace vorn

@@ -27,6 +27,8 @@
 #include "core/shell_state.h"
 #include "tablebase/probe.h"
 
+namespace vorn {
+
 std::atomic<int> last_change_depth{0};
 std::atomic<int> global_depth{0};
 std::atomic<int> finished_depth{0};
@@ -534,3 +536,5 @@ double effective_branching_factor() {
     if (n1 <= 0 || n0 <= 0) return 2.0;
     return std::pow(n1 / n0, 0.25);
 }
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 #include <atomic>
 #include <cstdint>
 
+namespace vorn {
+
 struct ThreadData;
 
 // Search-wide state shared by the workers, reset by prepare_search.
@@ -47,3 +49,5 @@ void print_search_line(int thread_index, int pv_index, int depth, int score, con
 // (nodes of the last completed iteration / nodes four iterations earlier)^0.25
 // for the first worker; 2.0 below depth 6 or without counts.
 double effective_branching_factor();
+
+}  // namespace vorn

@@ -8,6 +8,8 @@
 #include "board/see.h"
 #include "search/thread_data.h"
 
+namespace vorn {
+
 namespace {
 
 // Capture and promotion scores: a capture that passes the exchange test
@@ -216,3 +218,5 @@ void update_killers(ThreadData& td, const Position& pos, int ply, Move move, boo
     int to = move_to(last);
     td.counter_moves[pos.board[to]][to] = move;
 }
+
+}  // namespace vorn

@@ -9,6 +9,8 @@
 #include "board/position.h"
 #include "board/types.h"
 
+namespace vorn {
+
 struct ThreadData;
 
 // Ordering values of captured piece types (none, pawn .. king) and of
@@ -39,3 +41,5 @@ inline void history_malus(int16_t& h) { h = static_cast<int16_t>(h - h / 128); }
 
 // Killer and counter-move update after a cut-off by a non-capture at `ply`.
 void update_killers(ThreadData& td, const Position& pos, int ply, Move move, bool in_check);
+
+}  // namespace vorn

@@ -10,6 +10,8 @@
 #include "search/thread_data.h"
 #include "core/shell_state.h"
 
+namespace vorn {
+
 namespace {
 
 inline int relative_rank(int side, int square) { return side ? 7 - rank_of(square) : rank_of(square); }
@@ -168,3 +170,5 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
     }
     return alpha;
 }
+
+}  // namespace vorn

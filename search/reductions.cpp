@@ -7,6 +7,8 @@
 #include "eval/engine_params.h"
 #include "core/output.h"
 
+namespace vorn {
+
 void build_lmr_table(EngineParams& p) {
     double scale = std::sqrt(double(p.LMR_strength > 0 ? p.LMR_strength : 0)) * 0.1 * 0.55;
     for (int pv = 0; pv < 2; pv++)
@@ -41,3 +43,5 @@ void print_lmr_tables() {
         }
     }
 }
+
+}  // namespace vorn

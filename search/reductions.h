@@ -3,6 +3,8 @@
 // that already failed at the node. The table itself lives in EngineParams
 // (lmr_table[pv][depth][failed]) beside LMR_strength, which shapes it.
 
+namespace vorn {
+
 struct EngineParams;
 
 // Rebuilds p.lmr_table from p.LMR_strength.
@@ -14,3 +16,5 @@ void init_lmr_tables();
 
 // Prints both tables to standard output (console "lmr").
 void print_lmr_tables();
+
+}  // namespace vorn

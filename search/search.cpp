@@ -21,6 +21,8 @@
 #include "core/shell_state.h"
 #include "tablebase/probe.h"
 
+namespace vorn {
+
 uint64_t tag_key = 0;
 
 namespace {
@@ -568,3 +570,5 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
     ss.best_score = static_cast<int16_t>(best);
     return best;
 }
+
+}  // namespace vorn

@@ -9,6 +9,8 @@
 #include "board/position.h"
 #include "search/search_result.h"
 
+namespace vorn {
+
 // Full hash key of a position the console tagged; when the search meets it,
 // it prints the search stack and the board. 0 = none.
 extern uint64_t tag_key;
@@ -65,3 +67,5 @@ inline int earlier_occurrences(const Position& pos, const BoardHistory& history,
 // The search's draw rules applied to a game: the fifty-move rule (when a
 // legal move is left) or the third occurrence of the position.
 bool drawn_by_rule(Position& pos);
+
+}  // namespace vorn

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+namespace vorn {
+
 struct SearchLimits {
     uint8_t time_mode = 1;        // 0 sudden death, 1 fixed time per move, N >= 2 N moves per period
     double move_time = 5.0;       // seconds; also the bound for depth, node and infinite searches
@@ -36,3 +38,5 @@ inline bool has_finite_limit(const SearchLimits& l) {
     return l.time_mode != 1 || l.move_time < kUnlimitedMoveTime || l.node_limit != 0 ||
            l.max_depth < kMaxDepthLimit;
 }
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 
 #include "core/score.h"
 
+namespace vorn {
+
 inline constexpr int kMaxPly = 70;  // search stack and principal-variation length
 
 struct SearchResult {
@@ -37,3 +39,5 @@ extern SearchResult search_result;
 
 // Resets the result for a new search: no move, score -kInfinite, depth 0.
 void reset_search_result();
+
+}  // namespace vorn

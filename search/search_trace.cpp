@@ -7,6 +7,8 @@
 #include "core/output.h"
 #include "search/thread_data.h"
 
+namespace vorn {
+
 int16_t trace_depth = 0;
 
 namespace {
@@ -55,3 +57,5 @@ void set_search_trace(int plies) {
     trace_depth = static_cast<int16_t>(plies < 0 ? 0 : plies > kMaxPly ? kMaxPly : plies);
     move_trace_hook = trace_depth ? trace_move : nullptr;
 }
+
+}  // namespace vorn

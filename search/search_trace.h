@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace vorn {
+
 // Plies traced; 0 = off. Set through set_search_trace only.
 extern int16_t trace_depth;
 
@@ -11,3 +13,5 @@ extern int16_t trace_depth;
 // search runs. "trace.txt" is created (emptied) when the first move is
 // traced; when it cannot be, one line says so and the trace goes off.
 void set_search_trace(int plies);
+
+}  // namespace vorn

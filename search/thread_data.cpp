@@ -3,6 +3,8 @@
 #include <cstring>
 #include <new>
 
+namespace vorn {
+
 ThreadData* thread_table[kMaxThreads + 1] = {};
 int threads = 1;
 
@@ -60,3 +62,5 @@ void forget_cached_evaluations(int last_block) {
     for (int i = 1; i <= last_block && i <= kMaxThreads; ++i)
         if (thread_table[i]) clear_eval_state(thread_table[i]->eval);
 }
+
+}  // namespace vorn

@@ -22,6 +22,8 @@
 #include "eval/evaluate.h"
 #include "search/search_result.h"
 
+namespace vorn {
+
 inline constexpr int kMaxThreads = 64;
 
 // The stages of the move picker (search/move_picker.h), kept in the stack
@@ -179,3 +181,5 @@ inline void assert_block_sound([[maybe_unused]] const ThreadData& td) {
 // Empties the evaluation caches and pawn hashes of blocks 1..last_block: what
 // they hold was computed with parameters that have since changed.
 void forget_cached_evaluations(int last_block);
+
+}  // namespace vorn

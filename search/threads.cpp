@@ -17,6 +17,8 @@
 #include "core/output.h"
 #include "core/shell_state.h"
 
+namespace vorn {
+
 std::mutex result_lock;
 std::mutex output_lock;
 
@@ -184,3 +186,5 @@ void sum_counters() {
     r.hash_fill = hash_fill;
     r.elapsed = elapsed_now();
 }
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <mutex>
 
+namespace vorn {
+
 // Guards SearchResult (publish_result and its readers).
 extern std::mutex result_lock;
 // Serialises every progress line and the counter sums taken for it.
@@ -44,3 +46,5 @@ void sum_counters();
 
 // Only the node and tablebase-hit totals, safe while workers run.
 uint64_t sum_node_counters(uint64_t* tb_hits);
+
+}  // namespace vorn

@@ -14,6 +14,8 @@
 #include "core/output.h"
 #include "core/shell_state.h"
 
+namespace vorn {
+
 SearchLimits limits;
 double elapsed = 0.0;
 
@@ -174,3 +176,5 @@ void check_time() {
     read_clock(0);
     check_time_at(elapsed);
 }
+
+}  // namespace vorn

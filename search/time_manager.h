@@ -5,6 +5,8 @@
 
 #include "search/search_limits.h"
 
+namespace vorn {
+
 // Seconds since the search started, as of the last read_clock(0).
 extern double elapsed;
 
@@ -29,3 +31,5 @@ void check_time();
 
 // check_time for a given elapsed time (seconds).
 void check_time_at(double seconds);
+
+}  // namespace vorn

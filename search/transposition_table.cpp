@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <cstring>
 
+namespace vorn {
+
 int16_t hash_size_mb = 64;
 uint8_t hash_mode = 1;
 uint32_t tt_entries = 0;
@@ -209,3 +211,5 @@ int init_hash_keys() {
     init_hash_keys_tables();
     return tt_allocate();
 }
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+namespace vorn {
+
 struct Position;
 
 struct HashEntry {
@@ -93,3 +95,5 @@ void tt_store(uint64_t full_key, int side, int ply, int depth, int alpha, int be
 
 // Reads one entry consistently (two relaxed 64-bit loads).
 HashEntry tt_load(const HashEntry* entry);
+
+}  // namespace vorn

@@ -13,6 +13,8 @@
 #include "core/shell_state.h"
 #include "shell/read_command.h"
 
+namespace vorn {
+
 const char* const bench_positions[kBenchPositionCount] = {
     "r1bqkb1r/pp1ppppp/2n2n2/8/3NP3/2N5/PPP2PPP/R1BQKB1R b KQkq -",
     "1n5k/3q3p/pp1p2pB/5r2/1PP1Qp2/P6P/6P1/2R3K1 w - -",
@@ -76,3 +78,5 @@ void run_benchmark(int positions, bool summary) {
                total_nodes / total_seconds);
     if (summary) send_linef("nodes %.0f nps %.0f", total_nodes, total_nodes / total_seconds);
 }
+
+}  // namespace vorn

@@ -2,6 +2,8 @@
 // The fixed speed benchmark: searches a list of positions one after the
 // other and reports the time per position and the total nodes per second.
 
+namespace vorn {
+
 inline constexpr int kBenchPositionCount = 20;
 extern const char* const bench_positions[kBenchPositionCount];
 
@@ -13,3 +15,5 @@ extern const char* const bench_positions[kBenchPositionCount];
 // With `summary` a last line "nodes N nps N" follows, in the form test
 // frameworks read.
 void run_benchmark(int positions, bool summary = false);
+
+}  // namespace vorn

@@ -6,6 +6,8 @@
 #include "core/words.h"
 #include "search/search_limits.h"
 
+namespace vorn {
+
 static double clamp_seconds(double seconds) {
     if (!(seconds >= 0.0)) return 0.0;
     return seconds > 1.0e9 ? 1.0e9 : seconds;
@@ -120,3 +122,5 @@ RunMode choose_run_mode(const CommandLine& line) {
     if (line.tune_all_given) return RunMode::trace_tuner;
     return RunMode::normal_play;
 }
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 #include "core/shell_state.h"
 #include "tools/trace_tuner.h"
 
+namespace vorn {
+
 enum class RunMode : uint8_t { normal_play, epd_runner, pgn_scanner, match, benchmark, tuner,
                                trace_tuner };
 
@@ -50,3 +52,5 @@ void parse_command_line(int argc, const char* const* argv, CommandLine& line);
 
 // The one mode to run, checked in the engine's fixed order.
 RunMode choose_run_mode(const CommandLine& line);
+
+}  // namespace vorn

@@ -32,6 +32,8 @@
 #include "core/words.h"
 #include "tools/tuner.h"
 
+namespace vorn {
+
 ConsoleSettings console_settings;
 
 void show_game_position() {
@@ -312,3 +314,5 @@ void execute_console_command(const char* line) {
         play_typed_move(words[0]);
     }
 }
+
+}  // namespace vorn

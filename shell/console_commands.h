@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace vorn {
+
 // Settings that only the console commands change.
 struct ConsoleSettings {
     int16_t debug_display = 0;  // print the evaluation trace instead of the board
@@ -16,3 +18,5 @@ void execute_console_command(const char* line);
 
 // The board, or the evaluation trace when debug_display is set.
 void show_game_position();
+
+}  // namespace vorn

@@ -10,6 +10,8 @@
 #include "shell/input_reader.h"
 #include "core/words.h"
 
+namespace vorn {
+
 namespace {
 
 int piece_type_of(char letter) {
@@ -69,3 +71,5 @@ void edit_position() {
     game_block().last_move = 0;
     show_game_position();
 }
+
+}  // namespace vorn

@@ -14,6 +14,8 @@
 #include "shell/game_position.h"
 #include "core/line_file.h"
 
+namespace vorn {
+
 namespace {
 
 constexpr int kPgnLineSize = 1023;
@@ -138,3 +140,5 @@ void save_game() {
     std::fclose(file);
     block.history[played].move = replay_next;
 }
+
+}  // namespace vorn

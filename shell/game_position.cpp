@@ -9,6 +9,8 @@
 #include "search/threads.h"
 #include "core/shell_state.h"
 
+namespace vorn {
+
 void set_game_fen(const char* fen) {
     ThreadData& block = game_block();
     parse_fen(block.pos, fen);
@@ -79,3 +81,5 @@ void abandon_search_and_wait() {
     stop_signal = STOP_ABANDON;
     while (count_searching() != 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
+
+}  // namespace vorn

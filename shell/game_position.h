@@ -8,6 +8,8 @@
 #include "board/types.h"
 #include "search/thread_data.h"
 
+namespace vorn {
+
 inline ThreadData& game_block() { return *thread_table[0]; }
 inline Position& game_position() { return thread_table[0]->pos; }
 
@@ -41,3 +43,5 @@ Move read_coordinate_move(const char* word);
 void abandon_search_and_wait();
 // Stops a running search so that its result can still be reported.
 void finish_search_and_wait();
+
+}  // namespace vorn

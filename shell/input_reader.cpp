@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstring>
 
+namespace vorn {
+
 InputReader console_input;
 
 bool input_available(const InputReader& reader) {
@@ -120,3 +122,5 @@ bool wait_for_line(InputReader& reader, std::string& line) {
         fill_queue(reader);
     }
 }
+
+}  // namespace vorn

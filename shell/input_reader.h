@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <string>
 
+namespace vorn {
+
 // Far above the longest real command (a "position" line of a 10,000-ply game
 // takes about 50 KB).
 constexpr int kMaxCommandLength = 256 * 1024 - 1;
@@ -53,3 +55,5 @@ bool input_exhausted(const InputReader& reader);
 // Like take_line, but waits (blocking) until a line arrives; over-long lines
 // are passed over. Returns false only when the input has ended with nothing left.
 bool wait_for_line(InputReader& reader, std::string& line);
+
+}  // namespace vorn

@@ -1,3 +1,3 @@
 #include "shell/startup.h"
 
-int main(int argc, char** argv) { return run_engine(argc, argv); }
+int main(int argc, char** argv) { return vorn::run_engine(argc, argv); }

@@ -19,6 +19,8 @@
 #include "shell/read_command.h"
 #include "tablebase/probe.h"
 
+namespace vorn {
+
 namespace {
 
 // A book move is reported like a finished search with score 0; no worker starts.
@@ -141,3 +143,5 @@ void run_normal_play() {
     // may still be running when this returns.
     abandon_search_and_wait();
 }
+
+}  // namespace vorn

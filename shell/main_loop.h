@@ -2,6 +2,8 @@
 // Normal play: the main thread sleeps in 5 ms slices, reads commands, starts
 // searches on the workers, watches the clock and reports finished searches.
 
+namespace vorn {
+
 // Runs until "quit" (or the end of input); returns to the shutdown.
 void run_normal_play();
 
@@ -9,3 +11,5 @@ void run_normal_play();
 // "bestmove" (UCI) or the console summary; in console self-play the move is
 // played and the next search requested.
 void report_search();
+
+}  // namespace vorn

@@ -11,6 +11,8 @@
 
 #include <cstring>
 
+namespace vorn {
+
 void read_command() {
     fill_queue(console_input);
     std::string command;
@@ -35,3 +37,5 @@ void read_command_for_tool() {
     if (input_exhausted(console_input)) return;
     read_command();
 }
+
+}  // namespace vorn

@@ -11,6 +11,8 @@
 #include "core/words.h"
 #include "tablebase/probe.h"
 
+namespace vorn {
+
 namespace {
 
 constexpr int kUnset = -1000;
@@ -136,3 +138,5 @@ int read_settings_file(const char* name, EngineParams& p) {
     p.pst_from_params = 0;
     return 1;
 }
+
+}  // namespace vorn

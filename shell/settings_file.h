@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+namespace vorn {
+
 struct EngineParams;
 
 // Reads the settings file into `p` (and the book and tablebase settings).
@@ -15,3 +17,5 @@ int read_settings_file(const char* name, EngineParams& p);
 // Reads the eight table lines after a table key (rank 8 first, files a to h)
 // into the table of `piece` (1..6) for `phase` (0 opening, 1 endgame).
 void read_pst_block(std::FILE* file, EngineParams& p, int piece, int phase);
+
+}  // namespace vorn

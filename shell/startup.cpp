@@ -30,6 +30,8 @@
 #include "tools/trace_tuner.h"
 #include "tools/tuner.h"
 
+namespace vorn {
+
 namespace {
 
 void seed_random_generator() {
@@ -171,3 +173,5 @@ int run_engine(int argc, const char* const* argv) {
     shut_down();
     return 0;
 }
+
+}  // namespace vorn

@@ -15,6 +15,8 @@
 #include "shell/main_loop.h"
 #include "core/words.h"
 
+namespace vorn {
+
 namespace {
 
 // The text after the command word and one separator.
@@ -178,3 +180,5 @@ void execute_uci_command(const char* line) {
         shell.quit_requested = 1;
     }
 }
+
+}  // namespace vorn

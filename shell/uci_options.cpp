@@ -16,6 +16,8 @@
 #include "core/words.h"
 #include "tablebase/probe.h"
 
+namespace vorn {
+
 void print_uci_identification() {
     send_linef("id name %s", kEngineName);
     send_line("id author Arno Kestrel");
@@ -137,3 +139,5 @@ void set_uci_option(const char* arguments) {
         send_linef("info string UCI_Chess960 set to %d", shell.chess960 ? 1 : 0);
     }
 }
+
+}  // namespace vorn

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+namespace vorn {
+
 // The build passes these in; a build outside it says so rather than guess.
 #ifndef VORN_COMPILER
 #define VORN_COMPILER "unknown"
@@ -75,3 +77,5 @@ void print_version() {
                 VORN_BUILD_TYPE, VORN_BUILD_FLAGS);
     std::fflush(stdout);
 }
+
+}  // namespace vorn

@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <new>
 
+namespace vorn {
+
 namespace {
 
 constexpr uint8_t kWdlMagic[4] = {0x71, 0xE8, 0x23, 0x5D};
@@ -656,3 +658,5 @@ bool decode_value(const TbTable& t, const TbSubTable& st, uint64_t index, int& v
         }
     }
 }
+
+}  // namespace vorn

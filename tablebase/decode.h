@@ -10,6 +10,8 @@
 
 #include "tablebase/tb_position.h"
 
+namespace vorn {
+
 // A whole file mapped read-only.
 struct MappedFile {
     const uint8_t* data = nullptr;
@@ -106,3 +108,5 @@ uint32_t white_signature(const TbPosition& pos);
 // Index tables, exposed for their checks.
 int tb_kk_index(int tri, int square);
 uint64_t tb_lead_size(int pawns, int file);
+
+}  // namespace vorn

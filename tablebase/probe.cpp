@@ -15,6 +15,8 @@
 
 #include "tablebase/decode.h"
 
+namespace vorn {
+
 char SyzygyPath[kSyzygyPathSize] = "";
 std::atomic<int> SyzygyProbeDepth5{1};
 std::atomic<int> SyzygyProbeDepth6{3};
@@ -506,3 +508,5 @@ int tb_probe_wdl(const Position& pos, int depth) {
     const int v = probe_wdl(tb_position_from(pos, 0), success);
     return success ? v + 2 : -1;
 }
+
+}  // namespace vorn

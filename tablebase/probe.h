@@ -10,6 +10,8 @@
 #include "board/types.h"
 #include "tablebase/tb_position.h"
 
+namespace vorn {
+
 // Settings (settings file and UCI options).
 inline constexpr int kSyzygyPathSize = 144;  // at most 143 characters are kept
 extern char SyzygyPath[kSyzygyPathSize];    // directories separated by ';'; empty = none
@@ -45,3 +47,5 @@ int tb_probe_root(const Position& pos, int* wdl_out, int* dtz_out, Move* move_ou
 // results. `success` becomes 0 when a needed table is missing or damaged.
 int probe_wdl(const TbPosition& pos, int& success);
 int probe_dtz(const TbPosition& pos, int& success);
+
+}  // namespace vorn

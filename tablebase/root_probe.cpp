@@ -7,6 +7,8 @@
 #include "board/searchable.h"
 #include "tablebase/probe.h"
 
+namespace vorn {
+
 namespace {
 
 // Placements no table describes; the probe code assumes none of this. The
@@ -107,3 +109,5 @@ int tb_probe_root(const Position& pos, int* wdl_out, int* dtz_out, Move* move_ou
     if (move_out) *move_out = tb_engine_move(moves[chosen]);
     return result;
 }
+
+}  // namespace vorn

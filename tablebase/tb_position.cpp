@@ -4,6 +4,8 @@
 
 #include "board/attacks.h"
 
+namespace vorn {
+
 namespace {
 
 // One odd 64-bit constant per (colour, type) for pawn..queen. Any values do
@@ -205,3 +207,5 @@ Move tb_engine_move(TbMove m) {
     static constexpr Move kFlag[7] = {0, 0, kPromoteKnight, kPromoteBishop, kPromoteRook, kPromoteQueen, 0};
     return encode_move(m.from, m.to, kFlag[m.promotion]);
 }
+
+}  // namespace vorn

@@ -9,6 +9,8 @@
 #include "board/position.h"
 #include "board/types.h"
 
+namespace vorn {
+
 // Colours by bitboard, types covering both colours.
 struct TbPosition {
     Bitboard white, black;
@@ -60,3 +62,5 @@ bool tb_is_mate(const TbPosition& p);
 
 // The engine's move word for a probe move.
 Move tb_engine_move(TbMove m);
+
+}  // namespace vorn

@@ -10,6 +10,8 @@
 #include <iterator>
 #include <string>
 
+namespace vorn {
+
 class ScratchDirectory {
 public:
     ScratchDirectory() {
@@ -37,3 +39,5 @@ inline std::string read_file(const std::string& name) {
     std::ifstream in(name, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
+
+}  // namespace vorn

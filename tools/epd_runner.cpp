@@ -28,6 +28,8 @@
 #include "search/transposition_table.h"
 #include "tools/tool_hooks.h"
 
+namespace vorn {
+
 namespace {
 
 constexpr int kLineSize = 255;            // records of up to 254 characters
@@ -313,3 +315,5 @@ double run_epd(uint32_t selector) { return average_error(run_epd_totals(selector
 bool epd_usable_record(const char* line) { return usable_record(line); }
 int epd_stored_score(const char* line) { return stored_score(line); }
 double epd_game_result(const char* line) { return game_result(line); }
+
+}  // namespace vorn

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+namespace vorn {
+
 // Selector bits: any non-zero selector makes a run quiet (no "Analyzing"
 // line, no summary); non-zero low 16 bits take every sixteenth usable record,
 // starting at an offset those bits choose.
@@ -53,3 +55,5 @@ EpdRunTotals run_epd_totals(uint32_t selector);
 // The run's average prediction error: 1.0 when the EPD file (or, with a
 // search depth, "unsolved.epd") cannot be opened, 0 when no record counted.
 double run_epd(uint32_t selector);
+
+}  // namespace vorn

@@ -25,6 +25,8 @@
 #include "board/game_result.h"
 #include "tools/tool_hooks.h"
 
+namespace vorn {
+
 namespace {
 
 constexpr int kMatchGames = 8000;
@@ -200,3 +202,5 @@ void run_match(const char* pgn_file) {
     }
     std::fclose(out);
 }
+
+}  // namespace vorn

@@ -19,6 +19,8 @@
 #include "board/types.h"
 #include "board/game_result.h"
 
+namespace vorn {
+
 struct EngineParams;
 
 // A game whose history reaches kGameHistoryLimit plies is adjudicated drawn
@@ -67,3 +69,5 @@ void write_match_game(std::FILE* out, const MatchGame& game, int number, int pla
 // the PGN file cannot be created. A quit request ends it with the file closed
 // after the last whole game.
 void run_match(const char* pgn_file);
+
+}  // namespace vorn

@@ -18,6 +18,8 @@
 #include "core/words.h"
 #include "search/thread_data.h"
 
+namespace vorn {
+
 namespace {
 
 constexpr int kTagLineSize = 256;      // tag lines of up to 255 characters; the rest is dropped
@@ -303,3 +305,5 @@ void scan_pgn(const char* file_name, int mode) {
     std::fclose(out);
     send_linef("games= %d, positions= %d\n", scan->games, scan->positions);
 }
+
+}  // namespace vorn

@@ -12,6 +12,8 @@
 
 #include "board/game_result.h"
 
+namespace vorn {
+
 // Move scores that no comment gave.
 constexpr int16_t kNoScore = -30000;          // no comment after the move
 constexpr int16_t kUnreadableScore = -29999;  // a comment without a usable score
@@ -44,3 +46,5 @@ int write_game(std::FILE* out, const ScannedMove* moves, int count, int mode, in
 // a "/" read as the mover's score in pawns ("+M"/"-M": +-9000). Anything else
 // is kUnreadableScore.
 int16_t comment_score(const char* text, bool after_black_move);
+
+}  // namespace vorn

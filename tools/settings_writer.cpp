@@ -5,6 +5,8 @@
 
 #include "eval/param_keys.h"
 
+namespace vorn {
+
 namespace {
 
 // The reader marks table entries not yet read with this value; a table entry
@@ -55,3 +57,5 @@ bool write_settings_file(const char* name, const EngineParams& p, const char* co
     }
     return true;
 }
+
+}  // namespace vorn

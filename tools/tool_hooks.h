@@ -2,6 +2,8 @@
 // What the tools need from the shell above them, handed in by the shell at
 // start-up. The tools never include the shell; a hook left empty is skipped.
 
+namespace vorn {
+
 struct EngineParams;
 
 struct ToolHooks {
@@ -24,3 +26,5 @@ inline void serve_tool_input() {
 inline int read_tool_settings(const char* name, EngineParams& p) {
     return tool_hooks.read_settings ? tool_hooks.read_settings(name, p) : 0;
 }
+
+}  // namespace vorn

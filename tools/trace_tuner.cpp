@@ -21,6 +21,8 @@
 #include "tools/tool_hooks.h"
 #include "tools/tuning_set.h"
 
+namespace vorn {
+
 namespace {
 
 // Adam's decay rates for the mean and the square of the gradient.
@@ -272,3 +274,5 @@ void run_trace_tuner(const char* epd_file, const TraceTunerOptions& o) {
     }
     restore();
 }
+
+}  // namespace vorn

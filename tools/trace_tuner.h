@@ -6,6 +6,8 @@
 // recorded (the trace), so one pass over the positions, on every core, gives
 // the error and its gradient for all parameters at once.
 
+namespace vorn {
+
 struct TraceTunerOptions {
     char output[140] = "tuned.rc";  // the settings file written
     int epochs = 400;               // optimiser steps (passes over all positions)
@@ -27,3 +29,5 @@ bool read_trace_tuner_option(const char* word, TraceTunerOptions& options);
 // optimiser early and the values found so far are written. The live
 // parameters are as before when it returns.
 void run_trace_tuner(const char* epd_file, const TraceTunerOptions& options);
+
+}  // namespace vorn

@@ -16,6 +16,8 @@
 #include "tools/epd_runner.h"
 #include "tools/tool_hooks.h"
 
+namespace vorn {
+
 namespace {
 
 constexpr int kPasses = 100;
@@ -190,3 +192,5 @@ void tune_parameter(const char* name) {
     init_eval_tables();
     send_line("done!\n");
 }
+
+}  // namespace vorn

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+namespace vorn {
+
 // Mean prediction error of the current parameters. The caller has set
 // limits.max_depth to 0 and silenced progress lines. A seed whose low 16 bits
 // are 0 takes every record; any other takes about one in 16, chosen by the
@@ -23,3 +25,5 @@ void run_tuning_pass();
 // it was. An empty name does nothing; an unknown one prints only "done!", a
 // missing "tune.epd" one line naming it before "done!".
 void tune_parameter(const char* name);
+
+}  // namespace vorn

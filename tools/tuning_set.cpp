@@ -15,6 +15,8 @@
 #include "eval/linear_trace.h"
 #include "tools/epd_runner.h"
 
+namespace vorn {
+
 namespace {
 
 constexpr int kLineSize = 255;      // the runner's record buffer
@@ -308,3 +310,5 @@ long TuningSet::terms() const {
     for (const Chunk& chunk : chunks_) n += long(chunk.index.size());
     return n;
 }
+
+}  // namespace vorn

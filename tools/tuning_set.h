@@ -11,6 +11,8 @@
 
 #include "eval/engine_params.h"
 
+namespace vorn {
+
 // One value the tuner fits: a named parameter or a piece-square table entry.
 struct TunedParameter {
     std::string name;  // "knight_value_op", or "PST_knight_op e4" for a table entry
@@ -99,3 +101,5 @@ private:
     std::vector<Record> records_;
     std::vector<Chunk> chunks_;
 };
+
+}  // namespace vorn

@@ -13,6 +13,8 @@
 #include "board/position.h"
 #include "board/position_check.h"
 
+namespace vorn {
+
 inline constexpr const char* kKiwipeteFen =
     "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1";
 
@@ -67,3 +69,5 @@ inline ::testing::AssertionResult same_position(const Position& a, const Positio
 #undef VORN_SAME
     return ::testing::AssertionSuccess();
 }
+
+}  // namespace vorn

@@ -17,6 +17,8 @@
 #include "board/position.h"
 #include "core/shell_state.h"
 
+namespace vorn {
+
 struct PerftRecord {
     std::string fen;
     std::vector<std::pair<int, uint64_t>> counts;  // depth, nodes
@@ -76,3 +78,5 @@ inline void expect_chess960_totals(uint64_t max_nodes) {
     }
     shell.chess960 = false;
 }
+
+}  // namespace vorn

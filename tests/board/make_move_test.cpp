@@ -7,6 +7,8 @@
 #include "board/movegen.h"
 #include "tests/board/board_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 using MakeMoveTest = BoardTest;
@@ -137,3 +139,5 @@ TEST_F(MakeMoveTest, RandomGamesRoundTrip) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 #include "board/movegen.h"
 #include "tests/board/board_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 using MovegenTest = BoardTest;
@@ -44,3 +46,5 @@ TEST_F(MovegenTest, NothingLiesBetweenTheMissingSquareAndAnother) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -9,6 +9,8 @@
 #include "core/shell_state.h"
 #include "tests/board/board_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 class NotationTest : public BoardTest {
@@ -144,3 +146,5 @@ TEST_F(NotationTest, AmbiguityAndGarbage) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 #include "tests/board/board_fixture.h"
 #include "tests/board/chess960_records.h"
 
+namespace vorn {
+
 namespace {
 
 using PerftTest = BoardTest;
@@ -59,3 +61,5 @@ TEST_F(PerftTest, ShallowTotals) {
 TEST_F(PerftTest, Chess960Totals) { expect_chess960_totals(60000); }
 
 }  // namespace
+
+}  // namespace vorn

@@ -11,6 +11,8 @@
 #include "board/position.h"
 #include "tests/board/board_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 using PositionTest = BoardTest;
@@ -199,3 +201,5 @@ TEST_F(PositionTest, GarbageFenNeverBreaksThePosition) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -3,6 +3,8 @@
 #include "board/see.h"
 #include "tests/board/board_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 class SeeTest : public BoardTest {
@@ -77,3 +79,5 @@ TEST_F(SeeTest, KingTargetAndNoAttacker) {
 }
 
 }  // namespace
+
+}  // namespace vorn

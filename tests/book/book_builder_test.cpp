@@ -5,6 +5,8 @@
 #include "book/book_builder.h"
 #include "tests/book/book_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 std::string repeat(int times, const std::string& game) {
@@ -97,3 +99,5 @@ TEST_F(BookBuilding, WithoutAGameFileNothingIsBuiltAndTheOldBookIsGone) {
 }
 
 }  // namespace
+
+}  // namespace vorn

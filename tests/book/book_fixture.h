@@ -19,6 +19,8 @@
 #include "book/book_settings.h"
 #include "tests/scratch_directory.h"
 
+namespace vorn {
+
 // A position with its own history, set from the start position (or a FEN)
 // and moved on by blank-separated moves in any notation parse_move reads.
 struct Game {
@@ -92,3 +94,5 @@ inline std::vector<BookEntry> read_built_book(const std::string& name) {
     }
     return records;
 }
+
+}  // namespace vorn

@@ -4,6 +4,8 @@
 
 #include "tests/book/book_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 using BookFormat = BookTest;
@@ -48,3 +50,5 @@ TEST_F(BookFormat, RecordIsFourteenLittleEndianBytes) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -13,6 +13,8 @@
 #include "book/book_settings.h"
 #include "tests/book/book_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 class BookProbe : public BookTest {
@@ -191,3 +193,5 @@ TEST_F(BookProbe, BadFilesNeverBreakTheProbe) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -8,6 +8,8 @@
 #include "book/book_builder.h"
 #include "tests/book/book_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 const std::string kGames = std::string(VORN_TEST_DATA) + "/8moves_v3.pgn";
@@ -80,3 +82,5 @@ TEST_F(EightMoves, BookHoldsExactlyThePositionsOfMoreThanEightGames) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -4,6 +4,8 @@
 
 #include <string>
 
+namespace vorn {
+
 TEST(Words, TokensAndWordsAreBounded) {
     EXPECT_STREQ(next_token("   go wtime 5").text, "go");
     EXPECT_STREQ(next_token("isready\r\n").text, "isready");
@@ -32,3 +34,5 @@ TEST(Words, NumbersSaturateAndJunkReadsAsZero) {
     EXPECT_DOUBLE_EQ(read_decimal("nan"), 0.0);
     EXPECT_DOUBLE_EQ(read_decimal("1e999"), 0.0);
 }
+
+}  // namespace vorn

@@ -9,6 +9,8 @@
 #include "eval/eval_trace.h"
 #include "tests/eval/eval_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 const char* kMiddlegame = "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N2N2/PP2BPPP/R2QKB1R w KQ -";
@@ -88,3 +90,5 @@ TEST(Trace, ImbalanceHungAndPinnedLists) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 #include "eval/eval_trace.h"
 #include "tests/eval/eval_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 // The endings scored without the full evaluation lie beyond the benchmark's
@@ -88,3 +90,5 @@ TEST(DrawScaling, Factors) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -4,6 +4,8 @@
 #include <sstream>
 #include <vector>
 
+namespace vorn {
+
 void prepare_eval_tables() {
     static bool done = false;
     if (done) return;
@@ -42,3 +44,5 @@ std::string flip_fen(const std::string& fen) {
     out += (side == "w" ? " b " : " w ") + (rights.empty() ? "-" : rights) + " ";
     return out + (ep.size() == 2 ? std::string{ep[0], char('1' + ('8' - ep[1]))} : "-");
 }
+
+}  // namespace vorn

@@ -12,6 +12,8 @@
 #include "eval/evaluate.h"
 #include "eval/kpk.h"
 
+namespace vorn {
+
 // Builds every table the evaluation needs (once per test program).
 void prepare_eval_tables();
 
@@ -43,3 +45,5 @@ int eval_fen(const char* fen);
 
 // The colour-flipped twin: ranks mirrored, colours and side to move swapped.
 std::string flip_fen(const std::string& fen);
+
+}  // namespace vorn

@@ -6,6 +6,8 @@
 #include "eval/engine_params.h"
 #include "tests/eval/eval_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 TEST(DerivedTables, KingDangerScalesAndStaysNonNegative) {
@@ -43,3 +45,5 @@ TEST(TuneParams, SelectionByWholeNameOnly) {
 }
 
 }  // namespace
+
+}  // namespace vorn

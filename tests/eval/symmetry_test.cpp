@@ -11,6 +11,8 @@
 #include "board/movegen.h"
 #include "tests/eval/eval_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 struct Sample {
@@ -113,3 +115,5 @@ TEST(Symmetry, FlippedTwinsEvaluateAlike) {
 }
 
 }  // namespace
+
+}  // namespace vorn

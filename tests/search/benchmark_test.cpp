@@ -6,6 +6,8 @@
 
 #include "tests/shell/engine_process.h"
 
+namespace vorn {
+
 namespace {
 
 // Lines of the form "pos %2d: %6.2f seconds".
@@ -48,3 +50,5 @@ TEST(Benchmark, StopAndQuitEndEachPositionEarly) {
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10)) << command;
     }
 }
+
+}  // namespace vorn

@@ -6,6 +6,8 @@
 #include "board/notation.h"
 #include "tests/search/search_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 struct PrintLine : ::testing::Test {
@@ -73,3 +75,5 @@ TEST_F(PrintLine, FieldsScoresAndWhenNothingIsPrinted) {
             EXPECT_EQ(out, "") << c.moves << " " << c.depth << " " << c.noise;
     }
 }
+
+}  // namespace vorn

@@ -9,6 +9,8 @@
 #include "search/search.h"
 #include "tests/search/search_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 struct MateCase {
@@ -134,3 +136,5 @@ TEST(Draws, FiftyMoveRule) {
     thread_table[0]->pos.fifty_count = 100;
     EXPECT_EQ(search_node(2, 4, -10000, 10000, pv), 2 - 10000);
 }
+
+}  // namespace vorn

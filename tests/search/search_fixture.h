@@ -27,6 +27,8 @@
 #include "search/transposition_table.h"
 #include "core/shell_state.h"
 
+namespace vorn {
+
 inline void engine_up(int worker_count) {
     static bool tables_built = false;
     if (!tables_built) {
@@ -95,3 +97,5 @@ inline ThreadData& block_for_direct_search() {
     td.eval.searching = true;
     return td;
 }
+
+}  // namespace vorn

@@ -5,6 +5,8 @@
 #include "board/make_move.h"
 #include "tests/search/search_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 const char* const kPositions[] = {
@@ -100,3 +102,5 @@ TEST(Threads, AStopBeforeTheFirstScoreStillAnswersALegalMove) {
     EXPECT_TRUE(legal_in_game_position(search_result.best_move));
     EXPECT_EQ(search_result.depth, 0);
 }
+
+}  // namespace vorn

@@ -3,6 +3,8 @@
 #include "search/iterate.h"
 #include "tests/search/search_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 // A published depth-`depth` result from the first worker, as check_time sees it.
@@ -71,3 +73,5 @@ TEST(TimeCheck, StopRules) {
     easy_move = 0;
     shell.search_mode = SEARCH_NONE;
 }
+
+}  // namespace vorn

@@ -5,6 +5,8 @@
 #include "core/score.h"
 #include "search/transposition_table.h"
 
+namespace vorn {
+
 namespace {
 
 // Keys sharing one bucket for white: same low bits, different high halves.
@@ -122,3 +124,5 @@ TEST_F(SmallTable, TornEntryFailsTheCheckWord) {
     EXPECT_FALSE(r.hit);
     EXPECT_EQ(r.depth, -98);
 }
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 
 #include "tests/shell/engine_process.h"
 
+namespace vorn {
+
 namespace {
 
 // A book of nine drawn games: 1. e4 e5 2. Nf3 Nc6.
@@ -73,3 +75,5 @@ TEST_F(BookPlay, UciAnswersBookMovesWithoutSearchingUpToTheBookDepth) {
 }
 
 }  // namespace
+
+}  // namespace vorn

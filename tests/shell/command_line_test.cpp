@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+namespace vorn {
+
 namespace {
 
 CommandLine parse(std::vector<const char*> words) {
@@ -67,3 +69,5 @@ TEST(CommandLine, OneModeRunsInTheFixedOrder) {
 }
 
 }  // namespace
+
+}  // namespace vorn

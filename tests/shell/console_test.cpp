@@ -9,6 +9,8 @@
 
 #include "tests/shell/engine_process.h"
 
+namespace vorn {
+
 namespace {
 
 const std::string kStartBoard =
@@ -125,3 +127,5 @@ TEST(ConsoleSearch, SearchesReportAndSelfPlayStopsWhenNoMoveIsLeft) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -19,6 +19,8 @@
 
 #include "tests/scratch_directory.h"
 
+namespace vorn {
+
 class EngineProcess {
 public:
     // Runs in `directory` when given (left in place), else in a fresh
@@ -116,9 +118,9 @@ public:
         return status_ >= 0 ? status_ : -1;
     }
 
-    std::string read_file(const std::string& name) const { return ::read_file(directory_ + "/" + name); }
+    std::string read_file(const std::string& name) const { return vorn::read_file(directory_ + "/" + name); }
     void write_file(const std::string& name, const std::string& content) const {
-        ::write_file(directory_ + "/" + name, content);
+        vorn::write_file(directory_ + "/" + name, content);
     }
 
 private:
@@ -180,3 +182,5 @@ inline int count_of(const std::string& text, const std::string& needle) {
     for (std::size_t at = text.find(needle); at != std::string::npos; at = text.find(needle, at + 1)) ++n;
     return n;
 }
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <string>
 
+namespace vorn {
+
 namespace {
 
 // A reader on a pipe. Large texts are written by a child process so the
@@ -111,3 +113,5 @@ TEST(InputReader, OverlongLinesAreDroppedWholeAndBurstsAreNeverLost) {
 }
 
 }  // namespace
+
+}  // namespace vorn

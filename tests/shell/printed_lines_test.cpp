@@ -15,6 +15,8 @@
 #include "shell/game_position.h"
 #include "tests/shell/engine_process.h"
 
+namespace vorn {
+
 namespace {
 
 // How many of the words can be played in turn from the position.
@@ -73,3 +75,5 @@ TEST(PrintedLines, EveryPvAndPonderMoveIsLegal) {
     engine.send("quit");
     EXPECT_EQ(engine.wait_exit(10), 0);
 }
+
+}  // namespace vorn

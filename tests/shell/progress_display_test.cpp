@@ -13,6 +13,8 @@
 #include "tests/scratch_directory.h"
 #include "tests/shell/engine_process.h"
 
+namespace vorn {
+
 namespace {
 
 // Three quiet positions with results, for the EPD runner and the tuner.
@@ -92,3 +94,5 @@ TEST(ProgressDisplay, OnATerminalOnlyAndNeverOnStandardOutput) {
 }
 
 }  // namespace
+
+}  // namespace vorn

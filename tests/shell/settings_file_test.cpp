@@ -14,6 +14,8 @@
 #include "tablebase/probe.h"
 #include "tools/settings_writer.h"
 
+namespace vorn {
+
 namespace {
 
 class SettingsFile : public ::testing::Test {
@@ -125,3 +127,5 @@ TEST_F(SettingsFile, WrittenFileReadsBackToTheSameValues) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -11,6 +11,8 @@
 #include "tests/scratch_directory.h"
 #include "tests/shell/engine_process.h"
 
+namespace vorn {
+
 namespace {
 
 int thread_count(pid_t pid) {
@@ -103,3 +105,5 @@ TEST(Startup, ThreadsSwitchStartsThatManyWorkersUpToSixtyFour) {
 }
 
 }  // namespace
+
+}  // namespace vorn

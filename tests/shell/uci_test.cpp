@@ -9,6 +9,8 @@
 
 #include "tests/shell/engine_process.h"
 
+namespace vorn {
+
 class Uci : public ::testing::Test {
 protected:
     EngineProcess engine{{"-hash", "4"}};
@@ -31,7 +33,7 @@ protected:
         return reply.substr(0, reply.rfind("readyok\n"));
     }
 
-    std::string search(const std::string& lines, double timeout = 30) { return ::search(engine, lines, timeout); }
+    std::string search(const std::string& lines, double timeout = 30) { return vorn::search(engine, lines, timeout); }
 };
 
 TEST_F(Uci, IdentificationAndOptionsInOrder) {
@@ -304,3 +306,5 @@ TEST(UciShutdown, EveryGoIsAnsweredAfterTheEndOfInputAndQuitAbandonsIt) {
         EXPECT_NE(out.find(c.shown), std::string::npos) << c.script << "\n" << out;
     }
 }
+
+}  // namespace vorn

@@ -9,6 +9,8 @@
 #include <regex>
 #include <string>
 
+namespace vorn {
+
 namespace {
 
 std::string output_of(const std::string& command) {
@@ -37,3 +39,5 @@ TEST(Makefile, BuildsTheEngineUnderTheGivenName) {
     EXPECT_TRUE(std::regex_search(bench, std::regex("\nnodes [1-9][0-9]* nps [1-9][0-9]*\n$"))) << bench;
     (void)!std::system(("rm -rf '" + directory + "'").c_str());
 }
+
+}  // namespace vorn

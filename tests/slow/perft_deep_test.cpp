@@ -9,6 +9,8 @@
 #include "board/position.h"
 #include "tests/board/chess960_records.h"
 
+namespace vorn {
+
 namespace {
 
 // Deep totals from an independent engine's perft; together they exercise
@@ -57,3 +59,5 @@ TEST(DeepPerft960, MatchesOracle) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -8,6 +8,8 @@
 #include "tablebase/decode.h"
 #include "tests/tablebase/tb_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 std::vector<uint8_t> read_whole(const std::string& path) {
@@ -58,3 +60,5 @@ TEST(TbDamage, RandomlyChangedFilesNeverReadOutsideThem) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 #include "tests/shell/engine_process.h"
 #include "tests/tablebase/tb_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 TEST(TbEngine, PathFromTheSettingsFileAndUciForcesTheRootScoreAndMove) {
@@ -68,3 +70,5 @@ TEST(TbEngine, PathFromTheSettingsFileAndUciForcesTheRootScoreAndMove) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -7,6 +7,8 @@
 #include "tablebase/decode.h"
 #include "tests/tablebase/tb_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 // The check values of the format description. The oracle probes catch most
@@ -47,3 +49,5 @@ TEST(TbFormat, EverySharedFileParses) {
 }
 
 }  // namespace
+
+}  // namespace vorn

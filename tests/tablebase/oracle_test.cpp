@@ -13,6 +13,8 @@
 #include "eval/kpk.h"
 #include "tests/tablebase/tb_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 struct OracleCase {
@@ -180,3 +182,5 @@ TEST(TbOracle, KingAndPawnTableAgreesWithKPvK) {
 }
 
 }  // namespace
+
+}  // namespace vorn

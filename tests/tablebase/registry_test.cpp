@@ -10,6 +10,8 @@
 
 #include "tests/tablebase/tb_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 TEST(TbRegistry, PathListSearchesEachDirectoryAndEmptyPathsFindNothing) {
@@ -161,3 +163,5 @@ TEST(TbThreads, FirstProbesFromEightThreadsAgree) {
 }
 
 }  // namespace
+
+}  // namespace vorn

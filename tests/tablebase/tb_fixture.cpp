@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <bit>
 
+namespace vorn {
+
 TbPosition random_position(const std::string& material, std::mt19937& rng) {
     const std::size_t v = material.find('v');
     const bool swap = rng() & 1;
@@ -70,3 +72,5 @@ void counts_of(const std::string& material, int counts[2][7]) {
         counts[colour][std::string(" PNBRQK").find(letter)]++;
     }
 }
+
+}  // namespace vorn

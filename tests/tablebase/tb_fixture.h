@@ -15,6 +15,8 @@
 #include "tablebase/tb_position.h"
 #include "tests/scratch_directory.h"
 
+namespace vorn {
+
 inline const std::string kTableDir = std::string(VORN_SOURCE_DIR) + "/../shared/syzygy";
 
 inline std::string& registered_path() {
@@ -74,3 +76,5 @@ std::vector<std::string> shared_materials();
 
 // Piece counts [colour][type] of a material name, first side as white.
 void counts_of(const std::string& material, int counts[2][7]);
+
+}  // namespace vorn

@@ -11,6 +11,8 @@
 #include "tests/tools/tool_fixture.h"
 #include "tools/epd_runner.h"
 
+namespace vorn {
+
 namespace {
 
 class EpdRunner : public ToolTest {
@@ -199,3 +201,5 @@ TEST_F(EpdRunner, MissingOrGarbageFilesNeverCrash) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -19,6 +19,8 @@
 #include "tests/tools/tool_fixture.h"
 #include "tools/match.h"
 
+namespace vorn {
+
 namespace {
 
 class MatchGames : public ToolTest {
@@ -225,3 +227,5 @@ TEST_F(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
 }
 
 }  // namespace
+
+}  // namespace vorn

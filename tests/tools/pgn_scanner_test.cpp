@@ -14,6 +14,8 @@
 #include "tools/epd_runner.h"
 #include "tools/pgn_scanner.h"
 
+namespace vorn {
+
 namespace {
 
 // Morphy's opera game, 33 plies; the mate "Rd8#" does not parse (only "+"
@@ -201,3 +203,5 @@ TEST_F(PgnScanner, BrokenFilesNeverCrash) {
 }
 
 }  // namespace
+
+}  // namespace vorn

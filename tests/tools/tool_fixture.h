@@ -11,6 +11,8 @@
 #include "tests/scratch_directory.h"
 #include "tests/search/search_fixture.h"
 
+namespace vorn {
+
 class ToolTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -31,3 +33,5 @@ protected:
 
     ScratchDirectory scratch_;
 };
+
+}  // namespace vorn

@@ -17,6 +17,8 @@
 #include "tools/tuner.h"
 #include "tools/tuning_set.h"
 
+namespace vorn {
+
 namespace {
 
 const std::string kPositions = VORN_SOURCE_DIR "/tests/tools/data/selfplay.epd";
@@ -98,3 +100,5 @@ TEST_F(TraceTuner, WritesASettingsFileThatTheEngineReadsBack) {
 }
 
 }  // namespace
+
+}  // namespace vorn

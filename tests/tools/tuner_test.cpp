@@ -12,6 +12,8 @@
 #include "tests/shell/engine_process.h"
 #include "tests/tools/tool_fixture.h"
 
+namespace vorn {
+
 namespace {
 
 std::string knight_odds_positions() { return read_file(VORN_SOURCE_DIR "/tests/tools/data/knight_odds.epd"); }
@@ -87,3 +89,5 @@ TEST_F(Tuner, ConsoleLineSearchReportsABetterValueAndKeepsTheGame) {
 }
 
 }  // namespace
+
+}  // namespace vorn

@@ -20,6 +20,8 @@
 #include "eval/evaluate.h"
 #include "eval/kpk.h"
 
+using namespace vorn;
+
 namespace {
 
 const char* const kStarts[] = {

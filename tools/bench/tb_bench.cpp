@@ -23,6 +23,8 @@
 #include "board/position.h"
 #include "tablebase/probe.h"
 
+using namespace vorn;
+
 namespace {
 
 double seconds_since(std::chrono::steady_clock::time_point start) {
