@@ -37,18 +37,6 @@ protected:
     }
 };
 
-TEST_F(NotationTest, CoordinateText) {
-    char buffer[kMoveTextSize];
-    Move promo = encode_move(52, 60, kPromoteQueen);
-    shell.protocol_mode = PROTOCOL_UCI;
-    EXPECT_STREQ(move_to_text(promo, buffer), "e7e8q");
-    EXPECT_STREQ(move_to_text(encode_move(12, 28), buffer), "e2e4");
-    EXPECT_STREQ(move_to_text(0, buffer), "null");
-    shell.protocol_mode = PROTOCOL_CONSOLE;
-    EXPECT_STREQ(move_to_text(promo, buffer), "e7e8=Q");
-    EXPECT_STREQ(move_to_text(encode_move(52, 60, kPromoteKnight), buffer), "e7e8=N");
-}
-
 // The four forms move_to_san writes; nullptr where a case does not check one.
 struct SanCase {
     const char* fen;

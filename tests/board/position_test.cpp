@@ -90,11 +90,6 @@ TEST_F(PositionTest, FieldsAfterThePlacement) {
     parse_fen(pos, "4k3/8/8/8/8/8/8/4K3 x");
     EXPECT_EQ(pos.side_to_move, kBlack);
 
-    set("8/8/8/8/8/8/8/8 w - -");
-    EXPECT_EQ(pos.hash_key, 0u);
-    EXPECT_EQ(pos.pawn_key, 0u);
-    EXPECT_EQ(pos.castling, 0);
-
     // An en-passant square nothing has just double-stepped past is dropped.
     set("4k3/8/8/8/8/8/8/4K3 b - e3");
     EXPECT_EQ(pos.ep_square, kNoSquare);

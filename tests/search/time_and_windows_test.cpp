@@ -31,7 +31,8 @@ void fake_running_search(int depth, int score, int prev_score, int changed_depth
 
 // One check of the clock against a published result, row by row: the first
 // worker's iteration depth is one above the published depth, and its score
-// there was `prev`.
+// there was `prev`. Each row is checked just before `at` (no stop, or the
+// row's own verdict when `quiet` is false) and at `at`.
 TEST(TimeCheck, StopRules) {
     const struct {
         const char* why;
@@ -39,36 +40,34 @@ TEST(TimeCheck, StopRules) {
         int time_mode, search_mode, easy;
         double clock, target, at;
         int stop;
+        bool quiet;  // nothing stops just before `at`
     } cases[] = {
-        {"stable best move: 85 % of the target", 8, 20, 20, 2, 1, 1, 0, 5.0, 1.0, 0.84, 0},
-        {"stable best move: 85 % of the target", 8, 20, 20, 2, 1, 1, 0, 5.0, 1.0, 0.86, 1},
+        {"stable best move: 85 % of the target", 8, 20, 20, 2, 1, 1, 0, 5.0, 1.0, 0.86, 1, true},
         // Plus 1 % of a clock that fixed time per move leaves at zero.
-        {"best move changed in the last iteration: the full target", 8, 20, 20, 8, 1, 1, 0, 1.0, 1.0, 0.9, 0},
-        {"best move changed in the last iteration: the full target", 8, 20, 20, 8, 1, 1, 0, 1.0, 1.0, 1.001, 1},
+        {"best move changed in the last iteration: the full target", 8, 20, 20, 8, 1, 1, 0, 1.0, 1.0, 1.001, 1, true},
         // m = 15, the score more than four m below: the limit is the target
         // plus 20 % of the remaining clock less the overhead, reached at
         // (2.0 + 20 - 0.025) / 1.2 = 18.31 s.
-        {"falling score", 5, -70, 0, 5, 0, 1, 0, 100.0, 2.0, 3.0, 0},
-        {"falling score", 5, -70, 0, 5, 0, 1, 0, 100.0, 2.0, 18.2, 0},
-        {"falling score", 5, -70, 0, 5, 0, 1, 0, 100.0, 2.0, 18.4, 1},
+        {"falling score", 5, -70, 0, 5, 0, 1, 0, 100.0, 2.0, 18.4, 1, true},
         // Below five overheads on the clock the first 20 ms are not granted.
-        {"almost empty clock", 2, 0, 0, 2, 0, 1, 0, 0.1, 0.002, 0.003, 1},
-        {"full clock, first 20 ms", 2, 0, 0, 2, 0, 1, 0, 10.0, 0.002, 0.003, 0},
-        {"depth 1 only", 1, 0, 0, 1, 1, 1, 0, 5.0, 0.1, 50.0, 0},
-        {"pondering", 6, 0, 0, 1, 1, 2, 0, 5.0, 0.1, 50.0, 0},
-        {"abandoned analysis stops with 2", 6, 0, 0, 1, 1, 3, 0, 5.0, 0.1, 50.0, 2},
-        {"a single legal move stops at once", 6, 0, 0, 1, 1, 1, 1, 5.0, 10.0, 0.5, 1},
+        {"almost empty clock", 2, 0, 0, 2, 0, 1, 0, 0.1, 0.002, 0.003, 1, false},
+        {"full clock, first 20 ms", 2, 0, 0, 2, 0, 1, 0, 10.0, 0.002, 0.003, 0, false},
+        {"depth 1 only", 1, 0, 0, 1, 1, 1, 0, 5.0, 0.1, 50.0, 0, false},
+        {"pondering", 6, 0, 0, 1, 1, 2, 0, 5.0, 0.1, 50.0, 0, false},
+        {"abandoned analysis stops with 2", 6, 0, 0, 1, 1, 3, 0, 5.0, 0.1, 50.0, 2, false},
+        {"a single legal move stops at once", 6, 0, 0, 1, 1, 1, 1, 5.0, 10.0, 0.5, 1, false},
     };
-    for (const auto& c : cases) {
-        fake_running_search(c.depth, c.score, c.prev, c.changed_depth);
-        limits.time_mode = uint8_t(c.time_mode);
-        limits.clock[0] = c.clock;
-        limits.target_time = c.target;
-        shell.search_mode = c.search_mode;
-        easy_move = c.easy;
-        check_time_at(c.at);
-        EXPECT_EQ(stop_signal.load(), c.stop) << c.why << " at " << c.at;
-    }
+    for (const auto& c : cases)
+        for (const double at : {c.at * 0.98, c.at}) {
+            fake_running_search(c.depth, c.score, c.prev, c.changed_depth);
+            limits.time_mode = uint8_t(c.time_mode);
+            limits.clock[0] = c.clock;
+            limits.target_time = c.target;
+            shell.search_mode = c.search_mode;
+            easy_move = c.easy;
+            check_time_at(at);
+            EXPECT_EQ(stop_signal.load(), at < c.at && c.quiet ? 0 : c.stop) << c.why << " at " << at;
+        }
     stop_signal = STOP_RUN;
     easy_move = 0;
     shell.search_mode = SEARCH_NONE;

@@ -100,10 +100,6 @@ TEST(Console, Scripts) {
     }
 }
 
-}  // namespace
-
-namespace {
-
 TEST(ConsoleSearch, SearchesReportAndSelfPlayStopsWhenNoMoveIsLeft) {
     EngineProcess engine({"-c", "-hash", "1"});
     engine.send("fen 6k1/5ppp/8/8/8/8/8/R5K1 w - -\ndepth 3\nmv");

@@ -66,54 +66,6 @@ TEST(TbOracle, WdlAndDtzMatchOnEveryCaseAndItsMirrorImages) {
     EXPECT_GE(en_passant, 200);
 }
 
-// Moving along the table's best line shortens the distance by one ply, up
-// to the rounding of tables that store full moves: the fastest winning
-// move fits the position's DTZ, no move wins faster, and a losing side's
-// longest resistance fits its DTZ the same way.
-TEST(TbOracle, DtzAgreesWithTheChildrensDtz) {
-    use_shared_tables();
-    const std::vector<std::vector<std::string>> classes = {
-        {"KQvK", "KRvK", "KPvK"},
-        {"KBNvK", "KQvKR", "KRvKP", "KPPvK", "KPvKP", "KBBvK", "KQvKP", "KRvKN"},
-        {"KQRvKR", "KRPvKR", "KRBvKR", "KRNvKR", "KRRvKR"}};
-    std::mt19937 rng(7);
-    for (const auto& group : classes) {
-        int checked = 0, wrong = 0;
-        for (int n = 0; n < 1200; n++) {
-            const std::string& material = group[n % group.size()];
-            const TbPosition p = random_position(material, rng);
-            int ok;
-            const int dtz = probe_dtz(p, ok);
-            ASSERT_TRUE(ok) << material;
-            if (dtz == 0 || dtz > 100 || dtz < -100) continue;
-            TbMove moves[kTbMaxMoves];
-            const int count = tb_legal_moves(p, moves, false);
-            bool zeroing_win = false, zeroing_loss_only = true;
-            int fastest = 1000, longest = 0;
-            for (int i = 0; i < count; i++) {
-                const TbPosition child = tb_make_move(p, moves[i]);
-                if (child.rule50 == 0 || tb_is_mate(child)) {
-                    const int w = -probe_wdl(child, ok);
-                    zeroing_win |= w == 2 || tb_is_mate(child);
-                    zeroing_loss_only &= w == -2;
-                    continue;
-                }
-                const int d = probe_dtz(child, ok);
-                if (d < 0 && d >= -100) fastest = std::min(fastest, 1 - d);
-                if (d > 0 && d <= 100) longest = std::max(longest, d + 1);
-            }
-            checked++;
-            bool fits;
-            if (dtz > 0) fits = zeroing_win ? dtz == 1 : std::abs(fastest - dtz) <= 1;
-            else if (dtz == -1) fits = true;  // mated, or every move hands over a zeroing win
-            else fits = zeroing_loss_only && std::abs(longest + dtz) <= 1;
-            if (!fits && ++wrong <= 5) ADD_FAILURE() << material << " dtz " << dtz << " fastest " << fastest << " longest " << longest;
-        }
-        EXPECT_EQ(wrong, 0);
-        EXPECT_GT(checked, 500);
-    }
-}
-
 // Near the fifty-move limit the counter decides between a win and a draw:
 // the root's class, the moves that keep it and the chosen one must agree
 // with the oracle's ranking of every root move under the rule. From 99 plies
