@@ -340,11 +340,12 @@ bool in_check(const Position& pos, int side) {
     return is_attacked(pos, pos.piece_list[side][kKing][0], side ^ 1);
 }
 
-LegalityShortcut legality_shortcut(const Position& pos, int side) {
-    int enemy = side ^ 1;
-    int king = pos.piece_list[side][kKing][0];
-    Bitboard occupancy = pos.pieces[0][0] | pos.pieces[1][0];
-    const Bitboard* e = pos.pieces[enemy];
+namespace {
+
+// From-squares of `side` whose moves need the full test: the kings' and the
+// pinned pieces'.
+inline Bitboard needing_full_test(const Position& pos, int side, int king, Bitboard occupancy) {
+    const Bitboard* e = pos.pieces[side ^ 1];
     // The king's own moves always need the test (as does every other king
     // of the side, in positions set up with more than one).
     Bitboard needs_test = pos.pieces[side][kKing];
@@ -354,7 +355,20 @@ LegalityShortcut legality_shortcut(const Position& pos, int side) {
         Bitboard line = between[king][lowest_square(snipers)] & occupancy;
         if (line && !(line & (line - 1))) needs_test |= line & pos.pieces[side][0];
     }
-    return {needs_test, attacked_with(pos, king, enemy, occupancy, 0)};
+    return needs_test;
+}
+
+}  // namespace
+
+LegalityShortcut legality_shortcut(const Position& pos, int side) {
+    int king = pos.piece_list[side][kKing][0];
+    Bitboard occupancy = pos.pieces[0][0] | pos.pieces[1][0];
+    return {needing_full_test(pos, side, king, occupancy), attacked_with(pos, king, side ^ 1, occupancy, 0)};
+}
+
+LegalityShortcut legality_shortcut(const Position& pos, int side, bool side_in_check) {
+    int king = pos.piece_list[side][kKing][0];
+    return {needing_full_test(pos, side, king, pos.pieces[0][0] | pos.pieces[1][0]), side_in_check};
 }
 
 }  // namespace vorn

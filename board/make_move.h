@@ -35,6 +35,8 @@ struct LegalityShortcut {
 };
 
 LegalityShortcut legality_shortcut(const Position& pos, int side);
+// The same for a caller that already knows whether the side is in check.
+LegalityShortcut legality_shortcut(const Position& pos, int side, bool side_in_check);
 
 // Same answer as is_legal for the side the shortcut was made for.
 inline bool is_legal_with(const Position& pos, int side, const LegalityShortcut& shortcut, Move move) {
@@ -43,6 +45,28 @@ inline bool is_legal_with(const Position& pos, int side, const LegalityShortcut&
         return move != 0;
     return is_legal(pos, side, move);
 }
+
+// The legality test of one search node's moves. The shortcut is made when the
+// first move is tested, so a node that stops before that pays nothing for it;
+// in check every move takes the full test anyway.
+class NodeLegality {
+public:
+    NodeLegality(const Position& pos, int side, bool side_in_check)
+        : pos_(pos), side_(side), shortcut_{0, side_in_check}, made_(side_in_check) {}
+    bool operator()(Move move) {
+        if (!made_) {
+            shortcut_ = legality_shortcut(pos_, side_, false);
+            made_ = true;
+        }
+        return is_legal_with(pos_, side_, shortcut_, move);
+    }
+
+private:
+    const Position& pos_;
+    int side_;
+    LegalityShortcut shortcut_;
+    bool made_;
+};
 
 // 0 no check, 1 the moved (or promoted) piece attacks the enemy king,
 // 2 the move uncovers an attack by another piece.

@@ -96,6 +96,9 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
     const int margin = pv_node ? 250 : 150;
     const int enemy = side ^ 1;
     PrincipalVariation child_pv;
+    // The search hands a node in check to its full-width loop, never to here.
+    NodeLegality legal(pos, side, false);
+    assert(!in_check(pos, side));
 
     // Searches one move of either stage; returns true on a cut-off (score in *cut).
     auto try_move = [&](MoveEntry* q, int* cut) -> bool {
@@ -130,7 +133,7 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
         if (chk != 2 && !en_passant && capture_rank[captured] < capture_rank[mover_type] &&
             !capture_not_losing(pos, m))
             return false;
-        if (!is_legal(pos, side, m)) return false;
+        if (!legal(m)) return false;
 
         ss.current = q;
         make_move(pos, m);

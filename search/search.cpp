@@ -347,10 +347,11 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
             score_moves(td, pos, list);
             int threshold = beta + 125;
             PrincipalVariation child_pv;
+            NodeLegality legal(pos, side, in_check_now);
             for (MoveEntry* e = list; e->move != kMoveListEnd; e++) {
                 pick_best(e);
                 Move m = e->move;
-                if (!is_legal(pos, side, m)) continue;
+                if (!legal(m)) continue;
                 if (see(pos, side, move_from(m), move_to(m), all_pieces(pos), false) <= 99) continue;
                 ss.current = e;
                 make_move(pos, m);
@@ -438,10 +439,11 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
     int grand_eval = ply >= 2 ? td.stack[ply - 2].static_eval : static_eval;
     int depth_index = std::min(depth, 69);
     PrincipalVariation child_pv;
+    NodeLegality legal(pos, side, in_check_now);
 
     while (MoveEntry* e = next_move(td, pos, ply, in_check_now)) {
         Move m = e->move;
-        if (!is_legal(pos, side, m)) continue;
+        if (!legal(m)) continue;
 
         int flags = in_check_now ? 0 : classify_move(pos, side, *e);
         int type = piece_type(e->mover);

@@ -74,8 +74,10 @@ TEST_F(MakeMoveTest, RandomGamesRoundTrip) {
                 std::vector<Move> legal;
                 int side = pos.side_to_move;
                 LegalityShortcut shortcut = legality_shortcut(pos, side);
+                NodeLegality node_legal(pos, side, in_check(pos, side));
                 for (const MoveEntry* m = moves; m->move != kMoveListEnd; m++) {
                     ASSERT_EQ(is_legal_with(pos, side, shortcut, m->move), is_legal(pos, side, m->move));
+                    ASSERT_EQ(node_legal(m->move), is_legal(pos, side, m->move));
                     Position before = pos;
                     make_move(pos, m->move);
                     ASSERT_EQ(position_fault(pos), nullptr);
