@@ -6,8 +6,6 @@
 #include "board/attacks.h"
 #include "board/position_check.h"
 
-#include "board/attacks.h"
-
 namespace vorn {
 
 MoveTraceHook move_trace_hook = nullptr;
