@@ -10,7 +10,8 @@
 #include <thread>
 #include <vector>
 
-#include "core/line_file.h"
+#include <sys/stat.h>
+
 #include "core/output.h"
 #include "core/progress.h"
 #include "core/shell_state.h"
@@ -137,6 +138,12 @@ long read_back(const char* name, const EngineParams& before, EngineParams& back,
     long differ = 0;
     for (std::size_t k = 0; k < x.size(); ++k) differ += found[k] != x[k];
     return differ;
+}
+
+// Whether two names lead to the same existing file.
+bool same_file(const char* a, const char* b) {
+    struct stat sa {}, sb {};
+    return stat(a, &sa) == 0 && stat(b, &sb) == 0 && sa.st_dev == sb.st_dev && sa.st_ino == sb.st_ino;
 }
 
 }  // namespace
