@@ -51,13 +51,28 @@ inline Bitboard adjacent_files(Bitboard b) {
 
 inline int popcount(Bitboard b) { return __builtin_popcountll(b); }
 
-// Adds one term to a side's positional accumulators; the traced evaluation
-// also books it by group and square (group or square -1: not booked there).
+// The term code is compiled twice: the search's copy (`Traced` false) carries
+// no bookkeeping at all, the traced copy (the console's breakdown, the tuner)
+// books every term as it is added. evaluate() picks the copy per call.
+
+// Adds one term to a side's positional accumulators; the traced copy also
+// books it by group and square (group or square -1: not booked there).
 void trace_add(EvalInfo& info, int side, int group, int square, int op, int en);
+template <bool Traced>
 inline void add_term(EvalInfo& info, int side, int group, int square, int op, int en) {
     info.pos_op[side] = int16_t(info.pos_op[side] + op);
     info.pos_en[side] = int16_t(info.pos_en[side] + en);
-    if (info.trace) trace_add(info, side, group, square, op, en);
+    if constexpr (Traced) {
+        if (info.trace) trace_add(info, side, group, square, op, en);
+    }
+}
+
+// The tuner's linear trace of this call in the traced copy; in the search's
+// a constant null, so that every note below folds away.
+template <bool Traced>
+inline LinearTrace* linear_trace(const EvalInfo& info) {
+    if constexpr (Traced) return info.linear;
+    else return nullptr;
 }
 
 // Books a parameter that a term read, with its weight there, into the
@@ -79,10 +94,10 @@ inline void note_pair(LinearTrace* trace, int side, const int16_t& op, const int
 constexpr int16_t kThreatValue[7] = {0, 100, 330, 330, 530, 1060, 9999};
 
 void setup_attack_maps(EvalInfo& info);
-void evaluate_pieces(EvalInfo& info);
-void evaluate_king(EvalInfo& info, int side, int king_square);
-void evaluate_hung(EvalInfo& info);
-void evaluate_pins(EvalInfo& info);
+template <bool Traced> void evaluate_pieces(EvalInfo& info);
+template <bool Traced> void evaluate_king(EvalInfo& info, int side, int king_square);
+template <bool Traced> void evaluate_hung(EvalInfo& info);
+template <bool Traced> void evaluate_pins(EvalInfo& info);
 // Scales a score in hard-to-win endings; returns the scaled score and sets
 // draw_adj.
 int draw_scale(const EvalInfo& info, int score, double& draw_adj);

@@ -133,6 +133,76 @@ void fill_trace(const EvalInfo& info, double draw_adj) {
     t.pinned = info.pinned;
 }
 
+// Everything past the cache probe: the material, the term groups, the
+// scaling. `Traced` selects the copy with the bookkeeping hooks.
+template <bool Traced>
+int full_evaluation(EvalThreadState& state, EvalCacheEntry& slot, uint64_t key) {
+    EvalInfo& info = state.info;
+    const Position& pos = *info.pos;
+    EvalStackOutput& out = *info.stack;
+    const EngineParams& p = params;
+    const int stm = pos.side_to_move;
+    const int counts[2] = {pos.piece_counts[0], pos.piece_counts[1]};
+    if (Traced && info.trace) std::memset(&info.tr, 0, sizeof info.tr);
+    info.hung = info.pinned = 0;
+    for (int s = 0; s < 2; ++s) {
+        const int c = counts[s];
+        const int n = count_of(c, kKnightUnit), b = count_of(c, kBishopUnit);
+        const int r = count_of(c, kRookUnit), q = count_of(c, kQueenUnit);
+        const int pawns = c & 15;
+        int op = pawns * p.pawn_value_op + n * p.knight_value_op + b * p.bishop_value_op +
+                 r * p.rook_value_op + q * p.queen_value_op;
+        int en = pawns * p.pawn_value_en + n * p.knight_value_en + b * p.bishop_value_en +
+                 r * p.rook_value_en + q * p.queen_value_en;
+        if (b >= 2) {
+            op += p.bishop_pair_op;
+            en += p.bishop_pair_en;
+        }
+        if (q > 0 && n + b + r == 0) en -= 50;  // a queen alone is clumsy in the ending
+        if (Traced && info.linear) note_material(info.linear, s, pawns, n, b, r, q);
+        info.mat_op[s] = int16_t(op);
+        info.mat_en[s] = int16_t(en);
+        info.pos_op[s] = info.pos_en[s] = 0;
+        const int phase = n + b + 2 * r + 4 * q;
+        info.phase_count[s] = phase < 12 ? phase : 12;
+        info.pawn_count[s] = pawns;
+    }
+    info.stage = 24 - info.phase_count[0] - info.phase_count[1];
+
+    evaluate_pawns<Traced>(info, state.pawn_hash, state.searching, state.pawn_probes, state.pawn_hits);
+    setup_attack_maps(info);
+    evaluate_pieces<Traced>(info);
+    evaluate_king<Traced>(info, 0, info.king_square[0]);
+    evaluate_king<Traced>(info, 1, info.king_square[1]);
+    evaluate_passers<Traced>(info);
+    evaluate_hung<Traced>(info);
+    evaluate_pins<Traced>(info);
+    add_term<Traced>(info, stm, -1, -1, 14, 7);  // tempo
+
+    const int p_op = (info.pos_op[0] - info.pos_op[1]) * 148 / 128;
+    const int p_en = (info.pos_en[0] - info.pos_en[1]) * 148 / 128;
+    const int m_op = info.mat_op[0] - info.mat_op[1];
+    const int m_en = info.mat_en[0] - info.mat_en[1];
+    int score = taper(p_op + m_op, p_en + m_en, info.stage);
+    if (stm == 1) score = -score;
+
+    double draw_adj = 1.0;
+    score = draw_scale(info, score, draw_adj);
+
+    slot.key = key;
+    slot.score = int16_t(score);
+    slot.threat[0] = out.threat[0];
+    slot.threat[1] = out.threat[1];
+    if (Traced && info.trace) fill_trace(info, draw_adj);
+    if (Traced && info.linear) {
+        info.linear->complete = true;
+        info.linear->stage = info.stage;
+        info.linear->draw_adj = draw_adj;
+        info.linear->side_to_move = stm;
+    }
+    return score;
+}
+
 }  // namespace
 
 void trace_add(EvalInfo& info, int side, int group, int square, int op, int en) {
@@ -159,7 +229,6 @@ int evaluate(const Position& pos, EvalThreadState& state, EvalStackOutput& out, 
              bool in_check) {
     if (state.linear) state.linear->reset();
     if (in_check) return kInCheckScore;
-    const EngineParams& p = params;
     EvalInfo& info = state.info;
     const int stm = pos.side_to_move;
     out.threat[0] = out.threat[1] = 0;
@@ -198,64 +267,8 @@ int evaluate(const Position& pos, EvalThreadState& state, EvalStackOutput& out, 
         return slot.score;
     }
 
-    if (info.trace) std::memset(&info.tr, 0, sizeof info.tr);
-    info.hung = info.pinned = 0;
-    for (int s = 0; s < 2; ++s) {
-        const int c = counts[s];
-        const int n = count_of(c, kKnightUnit), b = count_of(c, kBishopUnit);
-        const int r = count_of(c, kRookUnit), q = count_of(c, kQueenUnit);
-        const int pawns = c & 15;
-        int op = pawns * p.pawn_value_op + n * p.knight_value_op + b * p.bishop_value_op +
-                 r * p.rook_value_op + q * p.queen_value_op;
-        int en = pawns * p.pawn_value_en + n * p.knight_value_en + b * p.bishop_value_en +
-                 r * p.rook_value_en + q * p.queen_value_en;
-        if (b >= 2) {
-            op += p.bishop_pair_op;
-            en += p.bishop_pair_en;
-        }
-        if (q > 0 && n + b + r == 0) en -= 50;  // a queen alone is clumsy in the ending
-        if (info.linear) note_material(info.linear, s, pawns, n, b, r, q);
-        info.mat_op[s] = int16_t(op);
-        info.mat_en[s] = int16_t(en);
-        info.pos_op[s] = info.pos_en[s] = 0;
-        const int phase = n + b + 2 * r + 4 * q;
-        info.phase_count[s] = phase < 12 ? phase : 12;
-        info.pawn_count[s] = pawns;
-    }
-    info.stage = 24 - info.phase_count[0] - info.phase_count[1];
-
-    evaluate_pawns(info, state.pawn_hash, state.searching, state.pawn_probes, state.pawn_hits);
-    setup_attack_maps(info);
-    evaluate_pieces(info);
-    evaluate_king(info, 0, info.king_square[0]);
-    evaluate_king(info, 1, info.king_square[1]);
-    evaluate_passers(info);
-    evaluate_hung(info);
-    evaluate_pins(info);
-    add_term(info, stm, -1, -1, 14, 7);  // tempo
-
-    const int p_op = (info.pos_op[0] - info.pos_op[1]) * 148 / 128;
-    const int p_en = (info.pos_en[0] - info.pos_en[1]) * 148 / 128;
-    const int m_op = info.mat_op[0] - info.mat_op[1];
-    const int m_en = info.mat_en[0] - info.mat_en[1];
-    int score = taper(p_op + m_op, p_en + m_en, info.stage);
-    if (stm == 1) score = -score;
-
-    double draw_adj = 1.0;
-    score = draw_scale(info, score, draw_adj);
-
-    slot.key = key;
-    slot.score = int16_t(score);
-    slot.threat[0] = out.threat[0];
-    slot.threat[1] = out.threat[1];
-    if (info.trace) fill_trace(info, draw_adj);
-    if (info.linear) {
-        info.linear->complete = true;
-        info.linear->stage = info.stage;
-        info.linear->draw_adj = draw_adj;
-        info.linear->side_to_move = stm;
-    }
-    return score;
+    return info.trace || info.linear ? full_evaluation<true>(state, slot, key)
+                                     : full_evaluation<false>(state, slot, key);
 }
 
 }  // namespace vorn

@@ -15,8 +15,10 @@ constexpr Bitboard kShelteredSquares = 0xC3ULL;  // a1 b1 g1 h1 (relative)
 
 }  // namespace
 
+template <bool Traced>
 void evaluate_king(EvalInfo& info, int s, int king_square) {
     const EngineParams& p = params;
+    LinearTrace* const linear = linear_trace<Traced>(info);
     const Position& pos = *info.pos;
     const int e = s ^ 1;
     const int rel = relative_square(s, king_square);
@@ -25,8 +27,8 @@ void evaluate_king(EvalInfo& info, int s, int king_square) {
     // The opening term is halved unless the enemy still has a queen and
     // enough pieces to attack with.
     const float op_share = pos.pieces[e][kQueen] && info.phase_count[e] > 3 ? 1.0f : 0.5f;
-    note(info.linear, s, kPositionalOp, p.pst[kKing][rel].op, op_share);
-    note(info.linear, s, kPositionalEn, p.pst[kKing][rel].en);
+    note(linear, s, kPositionalOp, p.pst[kKing][rel].op, op_share);
+    note(linear, s, kPositionalEn, p.pst[kKing][rel].en);
 
     if (info.phase_count[e] > 2) {
         const Bitboard own_pawns = pos.pieces[s][kPawn];
@@ -42,7 +44,7 @@ void evaluate_king(EvalInfo& info, int s, int king_square) {
             else if (on_file) shield += 1;
         }
         op += p.pawn_shield * (shield - 9);
-        note(info.linear, s, kPositionalOp, p.pawn_shield, float(shield - 9) * op_share);
+        note(linear, s, kPositionalOp, p.pawn_shield, float(shield - 9) * op_share);
         const int missing = (10 - shield) / 2;
 
         int exposure = (square_bit(rel) & kShelteredSquares) ? 0 : 1;
@@ -56,7 +58,7 @@ void evaluate_king(EvalInfo& info, int s, int king_square) {
             for (int f = centre - 1; f <= centre + 1; ++f)
                 if (!(enemy_pawns & file_mask(f))) ++storm;
             op += p.pawn_storm * storm;
-            note(info.linear, s, kPositionalOp, p.pawn_storm, float(storm) * op_share);
+            note(linear, s, kPositionalOp, p.pawn_storm, float(storm) * op_share);
             exposure += storm / 2;
         }
 
@@ -91,7 +93,7 @@ void evaluate_king(EvalInfo& info, int s, int king_square) {
         if (pos.side_to_move == s && index > 0) --index;
         if (index > 31) index = 31;
         op -= p.KingDanger[index];
-        note(info.linear, s, kPositionalOp, p.KingDanger[index], -op_share);
+        note(linear, s, kPositionalOp, p.KingDanger[index], -op_share);
 
         if (!(pos.pieces[e][kQueen] && info.phase_count[e] > 3)) op /= 2;
     } else {
@@ -110,7 +112,10 @@ void evaluate_king(EvalInfo& info, int s, int king_square) {
         }
         en += kKingRankBonus[relative_rank(s, king_square)];
     }
-    add_term(info, s, kTraceKings, king_square, op, en);
+    add_term<Traced>(info, s, kTraceKings, king_square, op, en);
 }
+
+template void evaluate_king<false>(EvalInfo&, int, int);
+template void evaluate_king<true>(EvalInfo&, int, int);
 
 }  // namespace vorn

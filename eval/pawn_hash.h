@@ -26,10 +26,12 @@ constexpr int kPawnHashSize = 8192;
 // Probes (only while searching) or fills the pawn hash slot of the position,
 // adds the per-pawn scores to the positional accumulators and applies the
 // blocked-pawn penalties. Sets info.pawn_entry and info.blocked_by_pawn.
+template <bool Traced>
 void evaluate_pawns(EvalInfo& info, PawnHashEntry* table, bool searching,
                     uint64_t& probes, uint64_t& hits);
 
 // Passed pawns and, from stage 14 on, candidate passers.
+template <bool Traced>
 void evaluate_passers(EvalInfo& info);
 
 // Exchange value for `side` of moving its piece from `from` to `to`, the

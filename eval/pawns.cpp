@@ -112,6 +112,7 @@ void compute_pawn_entry(const Position& pos, PawnHashEntry& e, EvalInfo* booking
     }
 }
 
+template <bool Traced>
 void evaluate_pawns(EvalInfo& info, PawnHashEntry* table, bool searching, uint64_t& probes,
                     uint64_t& hits) {
     const Position& pos = *info.pos;
@@ -121,13 +122,13 @@ void evaluate_pawns(EvalInfo& info, PawnHashEntry* table, bool searching, uint64
     if (info.pawn_hash_hit) {
         ++hits;
     } else {
-        compute_pawn_entry(pos, e, info.trace || info.linear ? &info : nullptr);
+        compute_pawn_entry(pos, e, Traced && (info.trace || info.linear) ? &info : nullptr);
     }
     info.pawn_entry = &e;
     for (int s = 0; s < 2; ++s) {
         info.pos_op[s] = int16_t(info.pos_op[s] + e.score_op[s]);
         info.pos_en[s] = int16_t(info.pos_en[s] + e.score_en[s]);
-        if (info.trace) {
+        if (Traced && info.trace) {
             info.tr.group_op[kTracePawns][s] = int16_t(info.tr.group_op[kTracePawns][s] + e.score_op[s]);
             info.tr.group_en[kTracePawns][s] = int16_t(info.tr.group_en[kTracePawns][s] + e.score_en[s]);
         }
@@ -146,7 +147,7 @@ void evaluate_pawns(EvalInfo& info, PawnHashEntry* table, bool searching, uint64
         for (Bitboard b = blocked[s]; b; b &= b - 1) {
             int sq = lowest_square(b);
             int cost = (square_bit(sq) & home_centre[s]) ? 14 : 2;
-            add_term(info, s, kTracePawns, sq, -cost, -cost);
+            add_term<Traced>(info, s, kTracePawns, sq, -cost, -cost);
         }
     }
 }
@@ -186,8 +187,10 @@ int safe_advance(const Position& pos, int side, int from, int to, Bitboard occup
            exchange_reply(pos.pieces, side ^ 1, to, occupancy, square_bit(from), mover);
 }
 
+template <bool Traced>
 void evaluate_passers(EvalInfo& info) {
     const EngineParams& p = params;
+    LinearTrace* const linear = linear_trace<Traced>(info);
     const Position& pos = *info.pos;
     const PawnHashEntry& e = *info.pawn_entry;
     const Bitboard pawns[2] = {pos.pieces[0][kPawn], pos.pieces[1][kPawn]};
@@ -204,8 +207,8 @@ void evaluate_passers(EvalInfo& info) {
 
         if (front & pawns[s]) {  // rear pawn of a doubled passer
             int v = p.ppawn[r] / 3;
-            add_term(info, s, kTracePassers, sq, v, v);
-            note_pair(info.linear, s, p.ppawn[r], p.ppawn[r], 1.0f / 3);
+            add_term<Traced>(info, s, kTracePassers, sq, v, v);
+            note_pair(linear, s, p.ppawn[r], p.ppawn[r], 1.0f / 3);
             continue;
         }
         const int target = r <= 5 ? forward(s, sq, 2) : forward(s, sq, 1);
@@ -246,16 +249,16 @@ void evaluate_passers(EvalInfo& info) {
         if (beside) value += base / 4;
         if (defended) value += base / 8;
         if (escorted) value += base / 4;
-        add_term(info, s, kTracePassers, sq, value / 2, value);
-        if (info.linear) {
+        add_term<Traced>(info, s, kTracePassers, sq, value / 2, value);
+        if (linear) {
             // The share of `base` that reaches the value; the opening gets half.
             const float share = 1.0f - 0.25f * blocked_by_enemy + 0.25f * beside +
                                 0.125f * defended + 0.25f * escorted;
-            note(info.linear, s, kPositionalOp, p.ppawn[r], share / 2);
-            note(info.linear, s, kPositionalEn, p.ppawn[r], share);
+            note(linear, s, kPositionalOp, p.ppawn[r], share / 2);
+            note(linear, s, kPositionalEn, p.ppawn[r], share);
             if (advances) {
-                note(info.linear, s, kPositionalOp, p.ppawnx[r], share / 2);
-                note(info.linear, s, kPositionalEn, p.ppawnx[r], share);
+                note(linear, s, kPositionalOp, p.ppawnx[r], share / 2);
+                note(linear, s, kPositionalEn, p.ppawnx[r], share);
             }
         }
     }
@@ -273,9 +276,14 @@ void evaluate_passers(EvalInfo& info) {
         // would leave the board, so stop at the promotion square.
         const int t = r <= 5 ? forward(s, sq, 2) : stop;
         const int d = square_distance(info.king_square[s ^ 1], t);
-        add_term(info, s, kTracePassers, sq, 0, ((r - 2) * 32 + 24 * d) * p.pawn_candidate / 256);
-        note(info.linear, s, kPositionalEn, p.pawn_candidate, ((r - 2) * 32 + 24 * d) / 256.0f);
+        add_term<Traced>(info, s, kTracePassers, sq, 0, ((r - 2) * 32 + 24 * d) * p.pawn_candidate / 256);
+        note(linear, s, kPositionalEn, p.pawn_candidate, ((r - 2) * 32 + 24 * d) / 256.0f);
     }
 }
+
+template void evaluate_pawns<false>(EvalInfo&, PawnHashEntry*, bool, uint64_t&, uint64_t&);
+template void evaluate_pawns<true>(EvalInfo&, PawnHashEntry*, bool, uint64_t&, uint64_t&);
+template void evaluate_passers<false>(EvalInfo&);
+template void evaluate_passers<true>(EvalInfo&);
 
 }  // namespace vorn

@@ -25,8 +25,10 @@ inline void add_attacks(EvalInfo& info, int side, Bitboard& type_map, Bitboard a
     info.all_att[side] |= att;
 }
 
+template <bool Traced>
 void evaluate_knights(EvalInfo& info, int s) {
     const EngineParams& p = params;
+    LinearTrace* const linear = linear_trace<Traced>(info);
     const Position& pos = *info.pos;
     const int o = s ^ 1;
     for (const uint8_t* l = pos.piece_list[s][kKnight]; *l != kNoSquare; ++l) {
@@ -39,25 +41,27 @@ void evaluate_knights(EvalInfo& info, int s) {
         const int z = (att & info.king_zone[o]) ? 6 : 0;
         op += p.knight_mob[mob].op + z;
         en += p.knight_mob[mob].en + z + info.closed_value;
-        note_pair(info.linear, s, p.pst[kKnight][relative_square(s, sq)].op,
+        note_pair(linear, s, p.pst[kKnight][relative_square(s, sq)].op,
                   p.pst[kKnight][relative_square(s, sq)].en);
-        note_pair(info.linear, s, p.knight_mob[mob].op, p.knight_mob[mob].en);
+        note_pair(linear, s, p.knight_mob[mob].op, p.knight_mob[mob].en);
         if (square_bit(sq) & info.outpost_zone[s]) {
             op += p.knight_outpost;
             if (info.pawn_att[s] & square_bit(sq)) op += 6;
-            note(info.linear, s, kPositionalOp, p.knight_outpost);
+            note(linear, s, kPositionalOp, p.knight_outpost);
         } else if (att & info.outpost_zone[s] & info.mobility_area[s]) {
             op += p.knight_outpost / 2;
-            note(info.linear, s, kPositionalOp, p.knight_outpost, 0.5f);
+            note(linear, s, kPositionalOp, p.knight_outpost, 0.5f);
         }
         if (mob == 0 && (square_bit(sq) & enemy_half(s))) op -= 20;
         add_attacks(info, s, info.knight_att[s], att);
-        add_term(info, s, kTraceKnights, sq, op, en);
+        add_term<Traced>(info, s, kTraceKnights, sq, op, en);
     }
 }
 
+template <bool Traced>
 void evaluate_bishops(EvalInfo& info, int s) {
     const EngineParams& p = params;
+    LinearTrace* const linear = linear_trace<Traced>(info);
     const Position& pos = *info.pos;
     const int o = s ^ 1;
     const Bitboard see_through = info.occupancy & ~pos.pieces[s][kQueen];
@@ -72,9 +76,9 @@ void evaluate_bishops(EvalInfo& info, int s) {
         op += p.bishop_mob[mob].op + centre;
         if (square_bit(sq) & info.outpost_zone[s]) op += 12;
         en += p.bishop_mob[mob].en + centre;
-        note_pair(info.linear, s, p.pst[kBishop][relative_square(s, sq)].op,
+        note_pair(linear, s, p.pst[kBishop][relative_square(s, sq)].op,
                   p.pst[kBishop][relative_square(s, sq)].en);
-        note_pair(info.linear, s, p.bishop_mob[mob].op, p.bishop_mob[mob].en);
+        note_pair(linear, s, p.bishop_mob[mob].op, p.bishop_mob[mob].en);
         // Own pawns fixed on the bishop's colour hem it in.
         const Bitboard colour = (square_bit(sq) & kLightSquares) ? kLightSquares : ~kLightSquares;
         const int n = popcount(info.blocked_by_pawn[s] & colour);
@@ -82,12 +86,14 @@ void evaluate_bishops(EvalInfo& info, int s) {
         en -= 8 * n;
         if (mob == 0 && (square_bit(sq) & enemy_half(s))) op -= 20;
         add_attacks(info, s, info.bishop_att[s], att);
-        add_term(info, s, kTraceBishops, sq, op, en);
+        add_term<Traced>(info, s, kTraceBishops, sq, op, en);
     }
 }
 
+template <bool Traced>
 void evaluate_rooks(EvalInfo& info, int s) {
     const EngineParams& p = params;
+    LinearTrace* const linear = linear_trace<Traced>(info);
     const Position& pos = *info.pos;
     const int o = s ^ 1;
     const Bitboard see_through = info.occupancy & ~(pos.pieces[s][kRook] | pos.pieces[s][kQueen]);
@@ -104,9 +110,9 @@ void evaluate_rooks(EvalInfo& info, int s) {
         const int v = 3 * popcount(att & file_mask(f) & enemy_half(s));
         op += p.rook_mob[mob].op + v;
         en += p.rook_mob[mob].en + v;
-        note_pair(info.linear, s, p.pst[kRook][relative_square(s, sq)].op,
+        note_pair(linear, s, p.pst[kRook][relative_square(s, sq)].op,
                   p.pst[kRook][relative_square(s, sq)].en);
-        note_pair(info.linear, s, p.rook_mob[mob].op, p.rook_mob[mob].en);
+        note_pair(linear, s, p.rook_mob[mob].op, p.rook_mob[mob].en);
         if (own_files & (1u << f)) {
             if (mob < 5 && (f <= 1 || f >= 6)) {
                 // Shut in by its own king or pawns on the same wing.
@@ -114,30 +120,32 @@ void evaluate_rooks(EvalInfo& info, int s) {
                 const Bitboard wing = f <= 1 ? (file_mask(1) | file_mask(2)) : (file_mask(5) | file_mask(6));
                 if (blockers & wing) {
                     op += p.rook_trapped;
-                    note(info.linear, s, kPositionalOp, p.rook_trapped);
+                    note(linear, s, kPositionalOp, p.rook_trapped);
                 }
             }
         } else if (enemy_files & (1u << f)) {
             op += p.rook_half_open_file_op;
             en += p.rook_half_open_file_en;
-            note_pair(info.linear, s, p.rook_half_open_file_op, p.rook_half_open_file_en);
+            note_pair(linear, s, p.rook_half_open_file_op, p.rook_half_open_file_en);
         } else {
             op += p.rook_open_file_op;
             en += p.rook_open_file_en;
-            note_pair(info.linear, s, p.rook_open_file_op, p.rook_open_file_en);
+            note_pair(linear, s, p.rook_open_file_op, p.rook_open_file_en);
         }
         if (relative_rank(s, sq) == 6 && info.rank7_flag[s]) {
             op += p.rook_rank7_op;
             en += p.rook_rank7_en;
-            note_pair(info.linear, s, p.rook_rank7_op, p.rook_rank7_en);
+            note_pair(linear, s, p.rook_rank7_op, p.rook_rank7_en);
         }
         add_attacks(info, s, info.rook_att[s], att);
-        add_term(info, s, kTraceRooks, sq, op, en);
+        add_term<Traced>(info, s, kTraceRooks, sq, op, en);
     }
 }
 
+template <bool Traced>
 void evaluate_queens(EvalInfo& info, int s) {
     const EngineParams& p = params;
+    LinearTrace* const linear = linear_trace<Traced>(info);
     const Position& pos = *info.pos;
     const int o = s ^ 1;
     const Bitboard occ = info.occupancy;
@@ -160,16 +168,16 @@ void evaluate_queens(EvalInfo& info, int s) {
             info.king_attacks_count[s] += 2;
         op += p.queen_mob[mob].op;
         en += p.queen_mob[mob].en;
-        note_pair(info.linear, s, p.pst[kQueen][relative_square(s, sq)].op,
+        note_pair(linear, s, p.pst[kQueen][relative_square(s, sq)].op,
                   p.pst[kQueen][relative_square(s, sq)].en);
-        note_pair(info.linear, s, p.queen_mob[mob].op, p.queen_mob[mob].en);
+        note_pair(linear, s, p.queen_mob[mob].op, p.queen_mob[mob].en);
         if (relative_rank(s, sq) == 6 && info.rank7_flag[s]) {
             en += p.queen_rank7_en;
-            note(info.linear, s, kPositionalEn, p.queen_rank7_en);
+            note(linear, s, kPositionalEn, p.queen_rank7_en);
         }
         info.twice_att[s] |= xray;
         add_attacks(info, s, info.queen_att[s], att);
-        add_term(info, s, kTraceQueens, sq, op, en);
+        add_term<Traced>(info, s, kTraceQueens, sq, op, en);
     }
 }
 
@@ -202,19 +210,22 @@ void setup_attack_maps(EvalInfo& info) {
     }
 }
 
+template <bool Traced>
 void evaluate_pieces(EvalInfo& info) {
-    evaluate_knights(info, 0);
-    evaluate_knights(info, 1);
-    evaluate_bishops(info, 0);
-    evaluate_bishops(info, 1);
-    evaluate_rooks(info, 0);
-    evaluate_rooks(info, 1);
-    evaluate_queens(info, 0);
-    evaluate_queens(info, 1);
+    evaluate_knights<Traced>(info, 0);
+    evaluate_knights<Traced>(info, 1);
+    evaluate_bishops<Traced>(info, 0);
+    evaluate_bishops<Traced>(info, 1);
+    evaluate_rooks<Traced>(info, 0);
+    evaluate_rooks<Traced>(info, 1);
+    evaluate_queens<Traced>(info, 0);
+    evaluate_queens<Traced>(info, 1);
 }
 
+template <bool Traced>
 void evaluate_hung(EvalInfo& info) {
     const EngineParams& p = params;
+    LinearTrace* const linear = linear_trace<Traced>(info);
     const Position& pos = *info.pos;
     for (int s = 0; s < 2; ++s) {
         const int o = s ^ 1;
@@ -230,13 +241,13 @@ void evaluate_hung(EvalInfo& info) {
         int count = 0;
         for (; hung; hung &= hung - 1) {
             const int sq = lowest_square(hung);
-            add_term(info, s, -1, sq, p.hung_op, p.hung_en);
-            note_pair(info.linear, s, p.hung_op, p.hung_en);
+            add_term<Traced>(info, s, -1, sq, p.hung_op, p.hung_en);
+            note_pair(linear, s, p.hung_op, p.hung_en);
             const int16_t value = kThreatValue[piece_type(pos.board[sq])];
             if (value > info.stack->threat[s]) info.stack->threat[s] = value;
             ++count;
         }
-        if (count >= 2) add_term(info, s, -1, -1, -12, -12);
+        if (count >= 2) add_term<Traced>(info, s, -1, -1, -12, -12);
     }
 }
 
@@ -257,8 +268,10 @@ Bitboard pinned_against(int target, Bitboard diagonal_attackers, Bitboard orthog
 
 }  // namespace
 
+template <bool Traced>
 void evaluate_pins(EvalInfo& info) {
     const EngineParams& p = params;
+    LinearTrace* const linear = linear_trace<Traced>(info);
     const Position& pos = *info.pos;
     for (int s = 0; s < 2; ++s) {
         const Bitboard* enemy = pos.pieces[s ^ 1];
@@ -271,10 +284,17 @@ void evaluate_pins(EvalInfo& info) {
         info.pinned |= pinned;
         const Bitboard counted = pinned & pos.pieces[s][0] & ~pos.pieces[s][kPawn];
         for (Bitboard b = counted; b; b &= b - 1) {
-            add_term(info, s, -1, lowest_square(b), p.pinned_op, p.pinned_en);
-            note_pair(info.linear, s, p.pinned_op, p.pinned_en);
+            add_term<Traced>(info, s, -1, lowest_square(b), p.pinned_op, p.pinned_en);
+            note_pair(linear, s, p.pinned_op, p.pinned_en);
         }
     }
 }
+
+template void evaluate_pieces<false>(EvalInfo&);
+template void evaluate_pieces<true>(EvalInfo&);
+template void evaluate_hung<false>(EvalInfo&);
+template void evaluate_hung<true>(EvalInfo&);
+template void evaluate_pins<false>(EvalInfo&);
+template void evaluate_pins<true>(EvalInfo&);
 
 }  // namespace vorn
