@@ -163,11 +163,15 @@ int exchange_reply(const Bitboard (&sets)[2][7], int stm, int to, Bitboard occup
     const Bitboard occ = occupancy & ~gone;
     int type = 0;
     Bitboard cand = 0, diag = 0, orth = 0;
-    // Each slider ray set is found once and serves the queen as well.
+    // Each slider ray set is found once and serves the queen as well, and
+    // only when a slider of that kind stands on its lines at all (without
+    // one the set could select nothing).
+    const Bitboard diag_sliders = (own[kBishop] | own[kQueen]) & diagonal_mask[to] & ~gone;
+    const Bitboard orth_sliders = (own[kRook] | own[kQueen]) & orthogonal_mask[to] & ~gone;
     if ((cand = pawn_attacks[stm ^ 1][to] & own[kPawn] & ~gone)) type = kPawn;
     else if ((cand = knight_attacks[to] & own[kKnight] & ~gone)) type = kKnight;
-    else if ((cand = (diag = bishop_attacks(to, occ)) & own[kBishop] & ~gone)) type = kBishop;
-    else if ((cand = (orth = rook_attacks(to, occ)) & own[kRook] & ~gone)) type = kRook;
+    else if ((cand = (diag = diag_sliders ? bishop_attacks(to, occ) : 0) & own[kBishop] & ~gone)) type = kBishop;
+    else if ((cand = (orth = orth_sliders ? rook_attacks(to, occ) : 0) & own[kRook] & ~gone)) type = kRook;
     else if ((cand = (diag | orth) & own[kQueen] & ~gone)) type = kQueen;
     else if ((cand = king_attacks[to] & own[kKing] & ~gone)) type = kKing;
     if (!type) return 0;
