@@ -75,20 +75,9 @@ bool attacked_without(const Position& pos, int square, int side, int lifted) {
     return false;
 }
 
-constexpr int kOpposite[8] = {kSouth, kWest, kSouthWest, kSouthEast, kNorth, kEast, kNorthEast, kNorthWest};
-
-// Squares reached from `square` in one direction up to and including the
-// first piece of `occ`.
-Bitboard ray_attack(int dir, int square, Bitboard occ) {
-    Bitboard r = ray[dir][square];
-    Bitboard blockers = r & occ;
-    if (!blockers) return r;
-    int b = dir < 4 ? lowest_square(blockers) : highest_square(blockers);
-    return r ^ ray[dir][b];
-}
-
 // Late-move pruning spares a quiet move that creates a threat: an attack on
-// the enemy king's surroundings or on a more valuable piece.
+// the enemy king's surroundings or on a more valuable piece. A slider's new
+// lines are all but the one it moved along.
 bool creates_threat(const Position& pos, int side, const MoveEntry& e) {
     int from = move_from(e.move), to = move_to(e.move);
     int type = piece_type(e.mover);
@@ -107,31 +96,23 @@ bool creates_threat(const Position& pos, int side, const MoveEntry& e) {
         default:
             break;
     }
-    Bitboard occ = (all_pieces(pos) & ~square_bit(from)) | square_bit(to);
-    Bitboard from_bit = square_bit(from);
+    const Bitboard occ = (all_pieces(pos) & ~square_bit(from)) | square_bit(to);
+    const Bitboard from_bit = square_bit(from);
+    // The line of the move through `to`, both ways (the masks of two squares
+    // on one line meet in the rest of that line).
+    const Bitboard old_line = from_bit | ((diagonal_mask[to] & from_bit) ? diagonal_mask[to] & diagonal_mask[from]
+                                                                         : orthogonal_mask[to] & orthogonal_mask[from]);
     // Direct attacks on bigger pieces along new lines.
-    for (int dir = 0; dir < 8; dir++) {
-        bool diagonal = dir == kNorthEast || dir == kNorthWest || dir == kSouthWest || dir == kSouthEast;
-        if ((type == kBishop && !diagonal) || (type == kRook && diagonal)) continue;
-        if ((ray[dir][to] | ray[kOpposite[dir]][to]) & from_bit) continue;
-        Bitboard reach = ray_attack(dir, to, occ);
-        if (type == kBishop && (reach & (ep[kRook] | ep[kQueen]))) return true;
-        if (type == kRook && (reach & ep[kQueen])) return true;
-    }
-    // Support of an attack on the king zone through own sliders of the same kind.
+    if (type == kBishop && (bishop_attacks(to, occ) & ~old_line & (ep[kRook] | ep[kQueen]))) return true;
+    if (type == kRook && (rook_attacks(to, occ) & ~old_line & ep[kQueen])) return true;
+    // Support of an attack on the king zone: squares of it reached along a new
+    // line, through own sliders of the same kind, that another piece attacks.
     const Bitboard* own = pos.pieces[side];
-    for (int dir = 0; dir < 8; dir++) {
-        bool diagonal = dir == kNorthEast || dir == kNorthWest || dir == kSouthWest || dir == kSouthEast;
-        if ((type == kBishop && !diagonal) || (type == kRook && diagonal)) continue;
-        if ((ray[dir][to] | ray[kOpposite[dir]][to]) & from_bit) continue;
-        Bitboard same_kind = diagonal ? (own[kBishop] | own[kQueen]) : (own[kRook] | own[kQueen]);
-        Bitboard reach = ray_attack(dir, to, occ & ~same_kind) & zone;
-        while (reach) {
-            int sq = lowest_square(reach);
-            reach &= reach - 1;
-            if (attacked_without(pos, sq, side, from)) return true;
-        }
-    }
+    Bitboard reach = 0;
+    if (type != kRook) reach |= bishop_attacks(to, occ & ~(own[kBishop] | own[kQueen]));
+    if (type != kBishop) reach |= rook_attacks(to, occ & ~(own[kRook] | own[kQueen]));
+    for (reach &= zone & ~old_line; reach; reach &= reach - 1)
+        if (attacked_without(pos, lowest_square(reach), side, from)) return true;
     return false;
 }
 
