@@ -78,15 +78,27 @@ void score_quiets(const ThreadData& td, const Position& pos, const SearchStackEn
 
 }  // namespace
 
-void pick_best(MoveEntry* entry) {
+void pick_best(MoveEntry* entry, const MoveEntry* end) {
     MoveEntry* best = entry;
-    for (MoveEntry* e = entry + 1; e->move != kMoveListEnd; e++)
-        if (e->score > best->score) best = e;
+    int best_score = entry->score;
+    // Two entries a step: this scan is the picker's inner loop.
+    MoveEntry* e = entry + 1;
+    for (; e + 1 < end; e += 2) {
+        if (e[0].score > best_score) best = e, best_score = e[0].score;
+        if (e[1].score > best_score) best = e + 1, best_score = e[1].score;
+    }
+    if (e < end && e->score > best_score) best = e;
     if (best != entry) {
         MoveEntry t = *entry;
         *entry = *best;
         *best = t;
     }
+}
+
+void pick_best(MoveEntry* entry) {
+    const MoveEntry* end = entry;
+    while (end->move != kMoveListEnd) end++;
+    pick_best(entry, end);
 }
 
 MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check) {
@@ -123,7 +135,7 @@ MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check) {
                     ss.stage = STAGE_GEN_QUIETS;
                     break;
                 }
-                pick_best(ss.next);
+                pick_best(ss.next, ss.list_end);
                 if (ss.next->score <= kGoodCaptureThreshold) {
                     ss.stage = STAGE_GEN_QUIETS;  // the losing captures wait among the quiet moves
                     break;
@@ -146,7 +158,7 @@ MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check) {
                     ss.stage = STAGE_DONE;
                     return nullptr;
                 }
-                pick_best(ss.next);
+                pick_best(ss.next, ss.list_end);
                 MoveEntry* e = ss.next++;
                 if (e->score < kSortedQuietFloor || ss.legal_moves > kSortedLegalMoves)
                     ss.stage = STAGE_REMAINING;

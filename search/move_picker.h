@@ -28,6 +28,8 @@ MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check);
 // Swaps the highest-scored entry from `entry` to the end mark into `entry`;
 // the earliest wins ties.
 void pick_best(MoveEntry* entry);
+// The same for a list whose end mark is known to be at `end`.
+void pick_best(MoveEntry* entry, const MoveEntry* end);
 
 // Scores a complete list (root, ProbCut) in one pass.
 void score_moves(ThreadData& td, const Position& pos, MoveEntry* list);

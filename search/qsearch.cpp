@@ -152,7 +152,7 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
 
     int cut = 0;
     for (MoveEntry* q = list; q->move != kMoveListEnd; q++) {
-        pick_best(q);
+        pick_best(q, end);
         // Deep in the quiescence search only recaptures go on: enough to settle
         // the exchange that started it, and the tree stays small.
         if (depth < -4 && move_to(q->move) != last_to) continue;

@@ -330,7 +330,7 @@ int search(Position& pos, int side, int ply, int depth, int alpha, int beta, int
             PrincipalVariation child_pv;
             NodeLegality legal(pos, side, in_check_now);
             for (MoveEntry* e = list; e->move != kMoveListEnd; e++) {
-                pick_best(e);
+                pick_best(e, end);
                 Move m = e->move;
                 if (!legal(m)) continue;
                 if (see(pos, side, move_from(m), move_to(m), all_pieces(pos), false) <= 99) continue;
