@@ -39,11 +39,6 @@ constexpr double kNoResult = -2.0;
 constexpr double kInputNodes = 50000.0;   // nodes searched between two looks at the input
 constexpr int kThreadedDepth = 6;         // from this depth on the workers search
 
-// The expected score of the side to move, from a score in centipawns.
-double win_probability(int score) {
-    return 1.0 / (std::pow(10.0, -kTuningSlope * score / 400.0) + 1.0);
-}
-
 // The stored score "ce", clamped; 0 when the record has none.
 int stored_score(const char* line) {
     const char* ce = find_after(line, " ce ");
@@ -89,17 +84,6 @@ Move expected_move(const Position& pos, const char* line) {
 bool usable_record(const char* line) {
     return line[0] != ' ' && line[0] != '#' && line[0] != ';' &&
            !std::memchr(line, '\0', kShortestRecord);  // the buffer is longer than this
-}
-
-// The records a run will take, counted beforehand for the progress display.
-long count_records(const char* name) {
-    long count = 0;
-    if (std::FILE* file = std::fopen(name, "r")) {
-        char line[kLineSize];
-        while (read_line(file, line, sizeof line)) count += usable_record(line);
-        std::fclose(file);
-    }
-    return count;
 }
 
 // Runs the search on the game position; returns the elapsed seconds. The
@@ -220,11 +204,11 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
     const uint32_t sample_offset = selector & kEpdSampleBits;
     uint32_t sample_counter = sample_offset;
     double nodes_since_input = 0.0;
-    // The tuner's quiet runs show its own progress instead. Only a regular
-    // file can be read twice: a pipe's records would be used up counting.
+    // The tuner's quiet runs show its own progress instead. The share of the
+    // file read stands in for a count of its records, which would mean
+    // reading it twice.
     ProgressMeter progress("positions", selector == 0);
-    const long records =
-        progress.shown() && regular_file_size(epd) > 0 ? count_records(shell.epd_file) : 0;
+    const int64_t file_size = progress.shown() ? regular_file_size(epd) : 0;
     std::string record;
     char line[kLineSize];
     // Whether the record just read is one the run takes.
@@ -238,7 +222,7 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
     while (!shell.quit_requested && read_whole_line(epd, record)) {
         if (!taken()) continue;
 
-        progress.update(totals.positions, records);
+        if (progress.shown()) progress.update_by_bytes(totals.positions, std::ftell(epd), file_size);
         ++totals.positions;
         Position& pos = game->pos;
         parse_fen(pos, line);
@@ -250,8 +234,6 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
             send_line(line);
             print_board(pos);
         }
-        const int prior = stored_score(line);
-        double result = game_result(line);
         if (const char* reason = unsearchable_reason(pos)) {
             if (!silent) send_linef("not searching: %s", reason);
             unsolved.add(record);
@@ -286,17 +268,13 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
         }
 
         // Prediction error: quiet positions only (the search score is the
-        // static one), with a result and a stored score that agree with it.
-        if (result < 0.0 || result > 1.0 || std::abs(prior) > kTuningScoreLimit ||
-            std::abs(score) > kTuningScoreLimit || score != static_eval)
+        // static one), with a label worth fitting.
+        TuningLabel label;
+        if (std::abs(score) > kTuningScoreLimit || score != static_eval ||
+            !epd_tuning_label(line, pos.side_to_move, label))
             continue;
-        if (pos.side_to_move == kBlack) result = 1.0 - result;
-        const double prior_probability = win_probability(prior);
-        if (std::fabs(prior_probability - result) > 0.5) continue;
-        const double target =
-            kTuningResultWeight * result + (1.0 - kTuningResultWeight) * prior_probability;
         ++totals.error_count;
-        totals.error_sum += std::fabs(win_probability(score) - target);
+        totals.error_sum += std::fabs(win_probability(score) - label.target());
     }
 
     // A quit leaves the records not reached unsolved as well.
@@ -312,8 +290,19 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
 
 double run_epd(uint32_t selector) { return average_error(run_epd_totals(selector)); }
 
+double win_probability(double score, double slope) {
+    return 1.0 / (std::pow(10.0, -slope * score / 400.0) + 1.0);
+}
+
 bool epd_usable_record(const char* line) { return usable_record(line); }
-int epd_stored_score(const char* line) { return stored_score(line); }
-double epd_game_result(const char* line) { return game_result(line); }
+
+bool epd_tuning_label(const char* line, int side_to_move, TuningLabel& label) {
+    label.prior = stored_score(line);
+    label.result = game_result(line);
+    if (label.result < 0.0 || label.result > 1.0 || std::abs(label.prior) > kTuningScoreLimit)
+        return false;
+    if (side_to_move == kBlack) label.result = 1.0 - label.result;
+    return std::fabs(win_probability(label.prior) - label.result) <= 0.5;
+}
 
 }  // namespace vorn
