@@ -5,9 +5,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
+#include <thread>
+#include <vector>
 #include <unistd.h>
 
+#include "board/make_move.h"
 #include "board/notation.h"
 #include "board/position.h"
 #include "board/searchable.h"
@@ -106,6 +110,73 @@ double search_record(double& nodes_since_input) {
     search_and_wait(serve_tool_input);
     return elapsed_now();
 }
+
+// The tuner's measure (a quiet run at depth 0) needs the static evaluation
+// of each record and no search: the records are read in batches and
+// evaluated on every core, each thread with an evaluation state of its own
+// set as the search's root evaluation sets it, and the errors are summed in
+// file order, so the result is the same on any number of cores.
+class StaticErrorMeasure {
+public:
+    StaticErrorMeasure() : workers_(std::max(1u, std::thread::hardware_concurrency())) {
+        for (std::unique_ptr<Worker>& w : workers_) {
+            w = std::make_unique<Worker>();
+            clear_eval_state(w->state);
+            w->state.searching = true;
+            w->pos.owner = &w->history;
+        }
+    }
+
+    static constexpr std::size_t kBatch = 16384;
+
+    // Measures one batch of records and adds it to the totals.
+    void add(const std::vector<std::string>& batch, EpdRunTotals& totals) {
+        errors_.assign(batch.size(), kNotCounted);
+        const int n = int(workers_.size());
+        auto work = [&](int w) {
+            for (std::size_t i = batch.size() * w / n; i < batch.size() * (w + 1) / n; ++i)
+                errors_[i] = error_of(*workers_[w], batch[i].c_str());
+        };
+        std::vector<std::thread> pool;
+        for (int w = 1; w < n; ++w) pool.emplace_back(work, w);
+        work(0);
+        for (std::thread& t : pool) t.join();
+        totals.positions += int(batch.size());
+        for (double e : errors_) {
+            if (e == kUnsearchable) continue;
+            ++totals.searched;
+            if (e == kNotCounted) continue;
+            ++totals.error_count;
+            totals.error_sum += e;
+        }
+    }
+
+private:
+    struct Worker {
+        EvalThreadState state;
+        BoardHistory history;
+        Position pos{};
+        EvalStackOutput out{};
+    };
+    static constexpr double kNotCounted = -1.0;
+    static constexpr double kUnsearchable = -2.0;
+
+    // The record's share of the error, as a depth-0 search of it would give.
+    static double error_of(Worker& w, const char* line) {
+        Position& pos = w.pos;
+        parse_fen(pos, line);
+        if (unsearchable_reason(pos)) return kUnsearchable;
+        const int score =
+            int16_t(evaluate(pos, w.state, w.out, 1, in_check(pos, pos.side_to_move)));
+        TuningLabel label;
+        if (std::abs(score) > kTuningScoreLimit || !epd_tuning_label(line, pos.side_to_move, label))
+            return kNotCounted;
+        return std::fabs(win_probability(score) - label.target());
+    }
+
+    std::vector<std::unique_ptr<Worker>> workers_;
+    std::vector<double> errors_;
+};
 
 void print_summary(const EpdRunTotals& t, double average_error) {
     // Records that were not searched add nothing to the sums.
@@ -219,6 +290,23 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
         ++sample_counter;
         return sample_offset == 0 || sample_counter % 16 == 0;
     };
+    if (limits.max_depth < 1 && selector != 0 && silent) {
+        StaticErrorMeasure measure;
+        std::vector<std::string> batch;
+        while (!shell.quit_requested) {
+            batch.clear();
+            while (batch.size() < StaticErrorMeasure::kBatch && read_whole_line(epd, record))
+                if (taken()) batch.emplace_back(line);
+            if (batch.empty()) break;
+            measure.add(batch, totals);
+            // As often as a search would look at the input.
+            nodes_since_input += double(batch.size());
+            if (nodes_since_input > kInputNodes) {
+                serve_tool_input();
+                nodes_since_input = 0.0;
+            }
+        }
+    }
     while (!shell.quit_requested && read_whole_line(epd, record)) {
         if (!taken()) continue;
 
