@@ -73,6 +73,10 @@ inline constexpr TwoNumberKey kTwoNumberKeys[] = {
 };
 
 // Followed by "_op" or "_en"; piece 1..6 in this order.
+// The settings reader marks table entries not yet read with this value, so
+// an entry equal to it cannot be written: writers keep table values above it.
+inline constexpr int kUnsetTableEntry = -1000;
+
 inline constexpr const char* kTableKeys[6] = {"PST_pawn", "PST_knight", "PST_bishop",
                                        "PST_rook", "PST_queen",  "PST_king"};
 

@@ -15,7 +15,6 @@ namespace vorn {
 
 namespace {
 
-constexpr int kUnset = -1000;
 constexpr int kLineSize = 255;  // at most 254 characters and the terminator
 
 int16_t to_int16(const char* text) {
@@ -107,7 +106,7 @@ int read_settings_file(const char* name, EngineParams& p) {
     std::FILE* file = open_text_input(name);  // absent (or a FIFO, a device): silently none
     if (!file) return 0;
     for (int piece = 1; piece <= 6; ++piece) {
-        for (ScorePair& entry : p.pst[piece]) entry.op = entry.en = kUnset;
+        for (ScorePair& entry : p.pst[piece]) entry.op = entry.en = kUnsetTableEntry;
     }
 
     char line[kLineSize];
@@ -129,7 +128,7 @@ int read_settings_file(const char* name, EngineParams& p) {
 
     for (int piece = 1; piece <= 6; ++piece) {
         for (const ScorePair& entry : p.pst[piece]) {
-            if (entry.op == kUnset || entry.en == kUnset) {
+            if (entry.op == kUnsetTableEntry || entry.en == kUnsetTableEntry) {
                 send_line("file vorn.rc contains invalid PST");
                 return 0;
             }

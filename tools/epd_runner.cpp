@@ -5,9 +5,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
+#include <thread>
+#include <vector>
 #include <unistd.h>
 
+#include "board/make_move.h"
 #include "board/notation.h"
 #include "board/position.h"
 #include "board/searchable.h"
@@ -38,11 +42,6 @@ constexpr int kPriorClamp = 950;
 constexpr double kNoResult = -2.0;
 constexpr double kInputNodes = 50000.0;   // nodes searched between two looks at the input
 constexpr int kThreadedDepth = 6;         // from this depth on the workers search
-
-// The expected score of the side to move, from a score in centipawns.
-double win_probability(int score) {
-    return 1.0 / (std::pow(10.0, -kTuningSlope * score / 400.0) + 1.0);
-}
 
 // The stored score "ce", clamped; 0 when the record has none.
 int stored_score(const char* line) {
@@ -91,17 +90,6 @@ bool usable_record(const char* line) {
            !std::memchr(line, '\0', kShortestRecord);  // the buffer is longer than this
 }
 
-// The records a run will take, counted beforehand for the progress display.
-long count_records(const char* name) {
-    long count = 0;
-    if (std::FILE* file = std::fopen(name, "r")) {
-        char line[kLineSize];
-        while (read_line(file, line, sizeof line)) count += usable_record(line);
-        std::fclose(file);
-    }
-    return count;
-}
-
 // Runs the search on the game position; returns the elapsed seconds. The
 // input is served every kInputNodes nodes or so while this thread searches,
 // and all the time while the workers do.
@@ -122,6 +110,73 @@ double search_record(double& nodes_since_input) {
     search_and_wait(serve_tool_input);
     return elapsed_now();
 }
+
+// The tuner's measure (a quiet run at depth 0) needs the static evaluation
+// of each record and no search: the records are read in batches and
+// evaluated on every core, each thread with an evaluation state of its own
+// set as the search's root evaluation sets it, and the errors are summed in
+// file order, so the result is the same on any number of cores.
+class StaticErrorMeasure {
+public:
+    StaticErrorMeasure() : workers_(std::max(1u, std::thread::hardware_concurrency())) {
+        for (std::unique_ptr<Worker>& w : workers_) {
+            w = std::make_unique<Worker>();
+            clear_eval_state(w->state);
+            w->state.searching = true;
+            w->pos.owner = &w->history;
+        }
+    }
+
+    static constexpr std::size_t kBatch = 16384;
+
+    // Measures one batch of records and adds it to the totals.
+    void add(const std::vector<std::string>& batch, EpdRunTotals& totals) {
+        errors_.assign(batch.size(), kNotCounted);
+        const int n = int(workers_.size());
+        auto work = [&](int w) {
+            for (std::size_t i = batch.size() * w / n; i < batch.size() * (w + 1) / n; ++i)
+                errors_[i] = error_of(*workers_[w], batch[i].c_str());
+        };
+        std::vector<std::thread> pool;
+        for (int w = 1; w < n; ++w) pool.emplace_back(work, w);
+        work(0);
+        for (std::thread& t : pool) t.join();
+        totals.positions += int(batch.size());
+        for (double e : errors_) {
+            if (e == kUnsearchable) continue;
+            ++totals.searched;
+            if (e == kNotCounted) continue;
+            ++totals.error_count;
+            totals.error_sum += e;
+        }
+    }
+
+private:
+    struct Worker {
+        EvalThreadState state;
+        BoardHistory history;
+        Position pos{};
+        EvalStackOutput out{};
+    };
+    static constexpr double kNotCounted = -1.0;
+    static constexpr double kUnsearchable = -2.0;
+
+    // The record's share of the error, as a depth-0 search of it would give.
+    static double error_of(Worker& w, const char* line) {
+        Position& pos = w.pos;
+        parse_fen(pos, line);
+        if (unsearchable_reason(pos)) return kUnsearchable;
+        const int score =
+            int16_t(evaluate(pos, w.state, w.out, 1, in_check(pos, pos.side_to_move)));
+        TuningLabel label;
+        if (std::abs(score) > kTuningScoreLimit || !epd_tuning_label(line, pos.side_to_move, label))
+            return kNotCounted;
+        return std::fabs(win_probability(score) - label.target());
+    }
+
+    std::vector<std::unique_ptr<Worker>> workers_;
+    std::vector<double> errors_;
+};
 
 void print_summary(const EpdRunTotals& t, double average_error) {
     // Records that were not searched add nothing to the sums.
@@ -220,11 +275,11 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
     const uint32_t sample_offset = selector & kEpdSampleBits;
     uint32_t sample_counter = sample_offset;
     double nodes_since_input = 0.0;
-    // The tuner's quiet runs show its own progress instead. Only a regular
-    // file can be read twice: a pipe's records would be used up counting.
+    // The tuner's quiet runs show its own progress instead. The share of the
+    // file read stands in for a count of its records, which would mean
+    // reading it twice.
     ProgressMeter progress("positions", selector == 0);
-    const long records =
-        progress.shown() && regular_file_size(epd) > 0 ? count_records(shell.epd_file) : 0;
+    const int64_t file_size = progress.shown() ? regular_file_size(epd) : 0;
     std::string record;
     char line[kLineSize];
     // Whether the record just read is one the run takes.
@@ -235,10 +290,27 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
         ++sample_counter;
         return sample_offset == 0 || sample_counter % 16 == 0;
     };
+    if (limits.max_depth < 1 && selector != 0 && silent) {
+        StaticErrorMeasure measure;
+        std::vector<std::string> batch;
+        while (!shell.quit_requested) {
+            batch.clear();
+            while (batch.size() < StaticErrorMeasure::kBatch && read_whole_line(epd, record))
+                if (taken()) batch.emplace_back(line);
+            if (batch.empty()) break;
+            measure.add(batch, totals);
+            // As often as a search would look at the input.
+            nodes_since_input += double(batch.size());
+            if (nodes_since_input > kInputNodes) {
+                serve_tool_input();
+                nodes_since_input = 0.0;
+            }
+        }
+    }
     while (!shell.quit_requested && read_whole_line(epd, record)) {
         if (!taken()) continue;
 
-        progress.update(totals.positions, records);
+        if (progress.shown()) progress.update_by_bytes(totals.positions, std::ftell(epd), file_size);
         ++totals.positions;
         Position& pos = game->pos;
         parse_fen(pos, line);
@@ -250,8 +322,6 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
             send_line(line);
             print_board(pos);
         }
-        const int prior = stored_score(line);
-        double result = game_result(line);
         if (const char* reason = unsearchable_reason(pos)) {
             if (!silent) send_linef("not searching: %s", reason);
             unsolved.add(record);
@@ -286,17 +356,13 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
         }
 
         // Prediction error: quiet positions only (the search score is the
-        // static one), with a result and a stored score that agree with it.
-        if (result < 0.0 || result > 1.0 || std::abs(prior) > kTuningScoreLimit ||
-            std::abs(score) > kTuningScoreLimit || score != static_eval)
+        // static one), with a label worth fitting.
+        TuningLabel label;
+        if (std::abs(score) > kTuningScoreLimit || score != static_eval ||
+            !epd_tuning_label(line, pos.side_to_move, label))
             continue;
-        if (pos.side_to_move == kBlack) result = 1.0 - result;
-        const double prior_probability = win_probability(prior);
-        if (std::fabs(prior_probability - result) > 0.5) continue;
-        const double target =
-            kTuningResultWeight * result + (1.0 - kTuningResultWeight) * prior_probability;
         ++totals.error_count;
-        totals.error_sum += std::fabs(win_probability(score) - target);
+        totals.error_sum += std::fabs(win_probability(score) - label.target());
     }
 
     // A quit leaves the records not reached unsolved as well.
@@ -312,8 +378,19 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
 
 double run_epd(uint32_t selector) { return average_error(run_epd_totals(selector)); }
 
+double win_probability(double score, double slope) {
+    return 1.0 / (std::pow(10.0, -slope * score / 400.0) + 1.0);
+}
+
 bool epd_usable_record(const char* line) { return usable_record(line); }
-int epd_stored_score(const char* line) { return stored_score(line); }
-double epd_game_result(const char* line) { return game_result(line); }
+
+bool epd_tuning_label(const char* line, int side_to_move, TuningLabel& label) {
+    label.prior = stored_score(line);
+    label.result = game_result(line);
+    if (label.result < 0.0 || label.result > 1.0 || std::abs(label.prior) > kTuningScoreLimit)
+        return false;
+    if (side_to_move == kBlack) label.result = 1.0 - label.result;
+    return std::fabs(win_probability(label.prior) - label.result) <= 0.5;
+}
 
 }  // namespace vorn

@@ -23,13 +23,31 @@ constexpr double kTuningResultWeight = 0.9;
 // Predictions are 1 / (1 + 10^(-slope * score / 400)).
 constexpr double kTuningSlope = 1.25;
 
-// A record's fields as the error measure reads them: whether a line is a
-// record at all; its stored score "ce", clamped to -950..950 (0 when it has
-// none); White's game result from "c9" or an old-style result text (1, 0.5 or
-// 0; below 0 when it has none).
+// The expected score of a side from its score in centipawns:
+// 1 / (1 + 10^(-slope * score / 400)).
+double win_probability(double score, double slope = kTuningSlope);
+
+// A record's label for the error measure, from the side to move's view: the
+// stored score "ce" (clamped to -950..950, 0 when it has none) and the game's
+// result from "c9" or an old-style result text (1, 0.5 or 0).
+struct TuningLabel {
+    int prior = 0;
+    double result = 0.0;
+    // The error measure's target: mostly the result, some of the stored
+    // score's prediction.
+    double target(double slope = kTuningSlope) const {
+        return kTuningResultWeight * result + (1.0 - kTuningResultWeight) * win_probability(prior, slope);
+    }
+};
+
+// Whether a line is a record at all (long enough, not a comment).
 bool epd_usable_record(const char* line);
-int epd_stored_score(const char* line);
-double epd_game_result(const char* line);
+
+// The label of a usable record whose side to move is `side_to_move`; false
+// when it has none worth fitting: no result, a stored score beyond
+// kTuningScoreLimit, or a stored score whose prediction contradicts the
+// result (off by more than half).
+bool epd_tuning_label(const char* line, int side_to_move, TuningLabel& label);
 
 struct EpdRunTotals {
     bool files_opened = false;  // false: nothing ran

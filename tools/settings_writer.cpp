@@ -9,11 +9,7 @@ namespace vorn {
 
 namespace {
 
-// The reader marks table entries not yet read with this value; a table entry
-// that equals it would make the whole file's tables invalid.
-constexpr int kUnsetMarker = -1000;
-
-int table_value(int16_t value) { return value == kUnsetMarker ? kUnsetMarker + 1 : value; }
+int table_value(int16_t value) { return value == kUnsetTableEntry ? kUnsetTableEntry + 1 : value; }
 
 void write_comment(std::FILE* out, const char* comment) {
     std::string line;

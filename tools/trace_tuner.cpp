@@ -10,8 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include <sys/stat.h>
-
+#include "core/line_file.h"
 #include "core/output.h"
 #include "core/progress.h"
 #include "core/shell_state.h"
@@ -69,7 +68,7 @@ double fit_slope(TuningSet& set, const std::vector<double>& x) {
 
 class Adam {
 public:
-    explicit Adam(std::size_t n) : mean_(n, 0.0), square_(n, 0.0) {}
+    explicit Adam(std::size_t n) : moments_(n) {}
 
     // One step of at most about `rate` per value; values with no gradient
     // so far (read by no term of any position) stay where they are.
@@ -78,15 +77,20 @@ public:
         const double mean_scale = 1.0 / (1.0 - std::pow(kMomentum, steps_));
         const double square_scale = 1.0 / (1.0 - std::pow(kSquareMomentum, steps_));
         for (std::size_t k = 0; k < x.size(); ++k) {
-            mean_[k] = kMomentum * mean_[k] + (1.0 - kMomentum) * gradient[k];
-            square_[k] = kSquareMomentum * square_[k] + (1.0 - kSquareMomentum) * gradient[k] * gradient[k];
-            if (square_[k] == 0.0) continue;
-            x[k] -= rate * mean_[k] * mean_scale / (std::sqrt(square_[k] * square_scale) + kTiny);
+            Moments& m = moments_[k];
+            m.mean = kMomentum * m.mean + (1.0 - kMomentum) * gradient[k];
+            m.square = kSquareMomentum * m.square + (1.0 - kSquareMomentum) * gradient[k] * gradient[k];
+            if (m.square == 0.0) continue;
+            x[k] -= rate * m.mean * mean_scale / (std::sqrt(m.square * square_scale) + kTiny);
         }
     }
 
 private:
-    std::vector<double> mean_, square_;
+    // Running means of each value's gradient and of its square.
+    struct Moments {
+        double mean = 0.0, square = 0.0;
+    };
+    std::vector<Moments> moments_;
     int steps_ = 0;
 };
 
@@ -95,6 +99,27 @@ void trace_at(TuningSet& set, const std::vector<TunedParameter>& list, const std
     write_parameters(params, list, x);
     init_eval_tables();
     set.trace(list, rounded_parameters(list, x));
+}
+
+// The epochs of gradient descent, from x; a quit ends them early.
+void descend(TuningSet& set, const std::vector<TunedParameter>& list, std::vector<double>& x,
+             std::vector<double>& gradient, const TraceTunerOptions& o) {
+    Adam adam(x.size());
+    ProgressMeter progress("epochs");
+    const int report_every = std::max(1, o.epochs / 10);
+    for (int epoch = 1; epoch <= o.epochs; ++epoch) {
+        serve_tool_input();
+        if (shell.quit_requested) break;
+        if (o.retrace > 0 && epoch > 1 && (epoch - 1) % o.retrace == 0) {
+            trace_at(set, list, x);
+            send_linef("epoch %d: traced again, error %0.6f", epoch - 1,
+                       set.error(rounded_parameters(list, x)));
+        }
+        const double error = set.error(x, &gradient);
+        adam.step(x, gradient, o.rate);
+        if (epoch % report_every == 0) send_linef("epoch %d: error %0.6f", epoch, error);
+        progress.update(epoch, o.epochs);
+    }
 }
 
 // How far the model's scores lie from the engine's.
@@ -138,12 +163,6 @@ long read_back(const char* name, const EngineParams& before, EngineParams& back,
     long differ = 0;
     for (std::size_t k = 0; k < x.size(); ++k) differ += found[k] != x[k];
     return differ;
-}
-
-// Whether two names lead to the same existing file.
-bool same_file(const char* a, const char* b) {
-    struct stat sa {}, sb {};
-    return stat(a, &sa) == 0 && stat(b, &sb) == 0 && sa.st_dev == sb.st_dev && sa.st_ino == sb.st_ino;
 }
 
 }  // namespace
@@ -215,22 +234,7 @@ void run_trace_tuner(const char* epd_file, const TraceTunerOptions& o) {
     send_linef("error %0.6f with slope %0.4f; a pass with the gradient takes %0.1f ms", start_error,
                set.slope(), 1000.0 * seconds_since(clock));
 
-    Adam adam(x.size());
-    ProgressMeter progress("epochs");
-    const int report_every = std::max(1, o.epochs / 10);
-    for (int epoch = 1; epoch <= o.epochs; ++epoch) {
-        serve_tool_input();
-        if (shell.quit_requested) break;
-        if (o.retrace > 0 && epoch > 1 && (epoch - 1) % o.retrace == 0) {
-            trace_at(set, list, x);
-            send_linef("epoch %d: traced again, error %0.6f", epoch - 1,
-                       set.error(rounded_parameters(list, x)));
-        }
-        const double error = set.error(x, &gradient);
-        adam.step(x, gradient, o.rate);
-        if (epoch % report_every == 0) send_linef("epoch %d: error %0.6f", epoch, error);
-        progress.update(epoch, o.epochs);
-    }
+    descend(set, list, x, gradient, o);
 
     // The model's scores at the final values, then the engine's own there.
     const std::vector<double> final_x = rounded_parameters(list, x);
@@ -257,8 +261,8 @@ void run_trace_tuner(const char* epd_file, const TraceTunerOptions& o) {
         return;
     }
 
-    // Read back, the file's values must be the tuned ones and evaluate
-    // every position as the tuner's model says.
+    // Read back, the file's values must be the tuned ones and the engine
+    // that reads them must evaluate every position as the tuned one did.
     const auto back = std::make_unique<EngineParams>();
     const long differ = read_back(o.output, *original, *back, list, final_x);
     if (differ < 0) {
@@ -267,9 +271,10 @@ void run_trace_tuner(const char* epd_file, const TraceTunerOptions& o) {
         std::memcpy(static_cast<void*>(&params), back.get(), sizeof params);
         init_eval_tables();
         set.trace(list, final_x);
-        const Agreement file = compare(set.predicted_scores(final_x), set.traced_scores());
+        const std::vector<int> reread = set.traced_scores();
+        const Agreement file = compare(std::vector<double>(reread.begin(), reread.end()), engine);
         send_linef("wrote %s; read back: %ld of %zu values differ, %ld of %ld positions evaluate as "
-                   "the model says",
+                   "before writing",
                    o.output, differ, list.size(), file.equal, set.size());
     }
     restore();

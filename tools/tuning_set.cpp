@@ -13,6 +13,7 @@
 #include "core/line_file.h"
 #include "eval/evaluate.h"
 #include "eval/linear_trace.h"
+#include "eval/param_keys.h"
 #include "tools/epd_runner.h"
 
 namespace vorn {
@@ -20,7 +21,7 @@ namespace vorn {
 namespace {
 
 constexpr int kLineSize = 255;      // the runner's record buffer
-constexpr int kTableLimit = 999;    // the settings reader's "unset" mark is -1000
+constexpr int kTableLimit = -kUnsetTableEntry - 1;  // the writer keeps entries above the mark
 constexpr double kPositionalScale = 148.0 / 128.0;
 
 // A derived table entry's slopes: d entry / d parameter for every tuned
@@ -73,10 +74,6 @@ void on_every_core(int n, Work work) {
     for (std::thread& t : pool) t.join();
 }
 
-double prediction(double score, double slope) {
-    return 1.0 / (std::pow(10.0, -slope * score / 400.0) + 1.0);
-}
-
 const char* const kTableNames[6] = {"pawn", "knight", "bishop", "rook", "queen", "king"};
 
 }  // namespace
@@ -125,7 +122,7 @@ void write_parameters(EngineParams& p, const std::vector<TunedParameter>& list,
 TuningSet::TuningSet(int threads) : threads_(std::max(1, threads)) { set_slope(kTuningSlope); }
 
 bool TuningSet::load(const char* file_name) {
-    std::FILE* file = std::fopen(file_name, "r");
+    std::FILE* file = open_text_input(file_name);
     if (!file) return false;
     auto history = std::make_unique<BoardHistory>();
     Position pos{};
@@ -137,15 +134,11 @@ bool TuningSet::load(const char* file_name) {
     while (read_line(file, line, sizeof line)) {
         if (!epd_usable_record(line)) continue;
         ++records_read_;
-        const int prior = epd_stored_score(line);
-        double result = epd_game_result(line);
-        if (result < 0.0 || result > 1.0 || std::abs(prior) > kTuningScoreLimit) continue;
         parse_fen(pos, line);
         if (unsearchable_reason(pos) || in_check(pos, pos.side_to_move)) continue;
-        if (pos.side_to_move == kBlack) result = 1.0 - result;
-        // A stored score that contradicts the result is a label not to trust.
-        if (std::fabs(prediction(prior, kTuningSlope) - result) > 0.5) continue;
-        records_.push_back({uint32_t(text_.size()), int16_t(prior), float(result)});
+        TuningLabel label;
+        if (!epd_tuning_label(line, pos.side_to_move, label)) continue;
+        records_.push_back({uint32_t(text_.size()), int16_t(label.prior), float(label.result)});
         text_.append(line);
         text_.push_back('\0');
     }
@@ -171,7 +164,7 @@ void TuningSet::set_slope(double slope) {
         for (long i = chunk.first; i < chunk.end; ++i) {
             const Record& r = records_[i];
             chunk.target.push_back(kTuningResultWeight * r.result +
-                                   (1.0 - kTuningResultWeight) * prediction(r.prior, slope));
+                                   (1.0 - kTuningResultWeight) * win_probability(r.prior, slope));
         }
     }
 }
@@ -255,7 +248,7 @@ long TuningSet::chunk_error(const Chunk& chunk, const std::vector<double>& x, do
         // The runner's scores are whole centipawns; the model's only come
         // close to them, so the limit allows for rounding noise.
         if (std::fabs(s) > kTuningScoreLimit + 1e-6) continue;
-        const double p = prediction(s, slope_);
+        const double p = win_probability(s, slope_);
         const double miss = p - chunk.target[i];
         sum += std::fabs(miss);
         ++counted;

@@ -33,7 +33,7 @@ struct Tool {
 };
 
 const Tool kTools[] = {
-    {{"-anepd", "suite.epd", "-d", "1", "-quiet"}, "/3 positions"},
+    {{"-anepd", "suite.epd", "-d", "1", "-quiet"}, "% of the file"},
     {{"-tune", "suite.epd"}, "/100 passes"},
     {{"-scan_pgn2", "games.pgn"}, "% of the file"},
 };

@@ -73,6 +73,10 @@ TEST_F(EpdRunner, PredictionErrorCountsRecordsWithAUsableResult) {
     }
     write_file("test.epd", all);
     EXPECT_NEAR(run_epd(kEpdQuiet), sum / counted, 1e-12);  // the mean over the counted records
+    // The tuner's quiet measure evaluates without the search driver; a
+    // talkative run searches each root at depth 0 and must agree.
+    shell.noise = 0.0;
+    EXPECT_EQ(run(0, 0).error_sum, sum);
 }
 
 TEST_F(EpdRunner, OnlyTheSingleBestMoveCountsAsSolved) {
