@@ -147,8 +147,9 @@ std::string command_text(const char* epd_file, const TraceTunerOptions& o) {
         std::snprintf(slope, sizeof slope, "fit");
     else
         std::snprintf(slope, sizeof slope, "%g", o.slope);
-    std::snprintf(text, sizeof text, "vorn -tune_all %s %s epochs=%d rate=%g slope=%s retrace=%d",
-                  epd_file, o.output, o.epochs, o.rate, slope, o.retrace);
+    std::snprintf(text, sizeof text, "vorn -tune_all %s %s epochs=%d rate=%g slope=%s loss=%s retrace=%d",
+                  epd_file, o.output, o.epochs, o.rate, slope, o.squared ? "squared" : "absolute",
+                  o.retrace);
     return text;
 }
 
@@ -179,6 +180,9 @@ bool read_trace_tuner_option(const char* word, TraceTunerOptions& o) {
     } else if (name == "slope") {
         o.fit_slope = std::strcmp(value, "fit") == 0;
         if (!o.fit_slope) o.slope = std::clamp(read_decimal(value), kLowestSlope, kHighestSlope);
+    } else if (name == "loss") {
+        if (std::strcmp(value, "squared") != 0 && std::strcmp(value, "absolute") != 0) return false;
+        o.squared = std::strcmp(value, "squared") == 0;
     } else if (name == "retrace") {
         o.retrace = int(read_clamped(value, 0, 1000000));
     } else if (name == "threads") {
@@ -222,6 +226,7 @@ void run_trace_tuner(const char* epd_file, const TraceTunerOptions& o) {
         return;
     }
     set.trace(list, x);
+    set.set_squared(o.squared);
     send_linef("read and traced in %0.2f s, %ld linear terms", seconds_since(clock), set.terms());
     if (o.fit_slope)
         send_linef("slope %0.4f (fitted to the data)", fit_slope(set, x));
@@ -231,8 +236,8 @@ void run_trace_tuner(const char* epd_file, const TraceTunerOptions& o) {
     std::vector<double> gradient;
     clock = std::chrono::steady_clock::now();
     const double start_error = set.error(x, &gradient);
-    send_linef("error %0.6f with slope %0.4f; a pass with the gradient takes %0.1f ms", start_error,
-               set.slope(), 1000.0 * seconds_since(clock));
+    send_linef("%s error %0.6f with slope %0.4f; a pass with the gradient takes %0.1f ms",
+               o.squared ? "squared" : "absolute", start_error, set.slope(), 1000.0 * seconds_since(clock));
 
     descend(set, list, x, gradient, o);
 

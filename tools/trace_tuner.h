@@ -14,12 +14,14 @@ struct TraceTunerOptions {
     double rate = 1.0;              // largest step per epoch, in centipawns
     bool fit_slope = false;         // fit the logistic slope to the data first
     double slope = 1.25;            // otherwise this one (the error measure's own)
+    bool squared = false;           // minimise the squared miss, not the absolute one
     int retrace = 50;               // epochs between traces (0: trace once)
     int threads = 0;                // 0: every core
 };
 
 // Reads one word that follows the EPD file name: "epochs=N", "rate=R",
-// "slope=S" or "slope=fit", "retrace=N", "threads=N". False for any other
+// "slope=S" or "slope=fit", "loss=absolute" or "loss=squared", "retrace=N",
+// "threads=N". False for any other
 // word (out-of-range numbers are clamped).
 bool read_trace_tuner_option(const char* word, TraceTunerOptions& options);
 

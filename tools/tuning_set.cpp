@@ -250,10 +250,10 @@ long TuningSet::chunk_error(const Chunk& chunk, const std::vector<double>& x, do
         if (std::fabs(s) > kTuningScoreLimit + 1e-6) continue;
         const double p = win_probability(s, slope_);
         const double miss = p - chunk.target[i];
-        sum += std::fabs(miss);
+        sum += squared_ ? miss * miss : std::fabs(miss);
         ++counted;
         if (!gradient || miss == 0.0) continue;
-        const double d = (miss > 0.0 ? 1.0 : -1.0) * steepness * p * (1.0 - p);
+        const double d = (squared_ ? 2.0 * miss : miss > 0.0 ? 1.0 : -1.0) * steepness * p * (1.0 - p);
         for (uint32_t n = chunk.begin[i]; n < chunk.begin[i + 1]; ++n)
             (*gradient)[chunk.index[n]] += d * chunk.weight[n];
     }

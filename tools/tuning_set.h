@@ -60,9 +60,14 @@ public:
     void set_slope(double slope);
     double slope() const { return slope_; }
 
+    // The runner's measure is the mean absolute miss; the squared miss is
+    // the alternative (a smooth loss that does not reward predictions
+    // pushed towards 0 or 1 the way the absolute one does).
+    void set_squared(bool squared) { squared_ = squared; }
+
     // Mean prediction error at `x` over the positions whose predicted score
-    // lies within the limit, as the runner measures it; with `gradient`,
-    // also its gradient (resized to x.size()).
+    // lies within the limit, as the runner measures it (or squared); with
+    // `gradient`, also its gradient (resized to x.size()).
     double error(const std::vector<double>& x, std::vector<double>* gradient = nullptr) const;
 
     // The model's scores at `x`, and the engine's scores at the last trace,
@@ -96,6 +101,7 @@ private:
 
     int threads_;
     double slope_ = 0.0;
+    bool squared_ = false;
     long records_read_ = 0;
     std::string text_;
     std::vector<Record> records_;

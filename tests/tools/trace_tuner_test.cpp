@@ -65,6 +65,20 @@ TEST_F(TraceTuner, ErrorAndGradientAgreeWithTheRunnersMeasure) {
         EXPECT_NEAR(gradient[k], slope, 0.2 * std::fabs(slope) + 2e-6) << name;
     }
 
+    // The squared loss's gradient against its own error's differences (the
+    // runner has no squared measure to compare with).
+    set.set_squared(true);
+    std::vector<double> squared_gradient;
+    set.error(x, &squared_gradient);
+    for (std::size_t k : {std::size_t(0), std::size_t(5), list.size() - 100}) {
+        std::vector<double> up = x, down = x;
+        up[k] += 8;
+        down[k] -= 8;
+        const double slope = (set.error(up) - set.error(down)) / 16;
+        EXPECT_NEAR(squared_gradient[k], slope, 0.05 * std::fabs(slope) + 1e-7) << list[k].name;
+    }
+    set.set_squared(false);
+
     // Away from the trace the model's error follows the runner's: every
     // value 4 down its gradient lowers the error by about 0.03.
     std::vector<double> moved = x;
