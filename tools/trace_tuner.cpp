@@ -116,6 +116,10 @@ void descend(TuningSet& set, const std::vector<TunedParameter>& list, std::vecto
                        set.error(rounded_parameters(list, x)));
         }
         const double error = set.error(x, &gradient);
+        // A value whose gradient stays 0 is never moved.
+        if (o.keep_tables)
+            for (std::size_t k = 0; k < list.size(); ++k)
+                if (list[k].table_entry) gradient[k] = 0.0;
         adam.step(x, gradient, o.rate);
         if (epoch % report_every == 0) send_linef("epoch %d: error %0.6f", epoch, error);
         progress.update(epoch, o.epochs);
@@ -147,9 +151,9 @@ std::string command_text(const char* epd_file, const TraceTunerOptions& o) {
         std::snprintf(slope, sizeof slope, "fit");
     else
         std::snprintf(slope, sizeof slope, "%g", o.slope);
-    std::snprintf(text, sizeof text, "vorn -tune_all %s %s epochs=%d rate=%g slope=%s loss=%s retrace=%d",
+    std::snprintf(text, sizeof text, "vorn -tune_all %s %s epochs=%d rate=%g slope=%s loss=%s tables=%s retrace=%d",
                   epd_file, o.output, o.epochs, o.rate, slope, o.squared ? "squared" : "absolute",
-                  o.retrace);
+                  o.keep_tables ? "keep" : "fit", o.retrace);
     return text;
 }
 
@@ -183,6 +187,9 @@ bool read_trace_tuner_option(const char* word, TraceTunerOptions& o) {
     } else if (name == "loss") {
         if (std::strcmp(value, "squared") != 0 && std::strcmp(value, "absolute") != 0) return false;
         o.squared = std::strcmp(value, "squared") == 0;
+    } else if (name == "tables") {
+        if (std::strcmp(value, "fit") != 0 && std::strcmp(value, "keep") != 0) return false;
+        o.keep_tables = std::strcmp(value, "keep") == 0;
     } else if (name == "retrace") {
         o.retrace = int(read_clamped(value, 0, 1000000));
     } else if (name == "threads") {

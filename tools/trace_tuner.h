@@ -15,13 +15,14 @@ struct TraceTunerOptions {
     bool fit_slope = false;         // fit the logistic slope to the data first
     double slope = 1.25;            // otherwise this one (the error measure's own)
     bool squared = false;           // minimise the squared miss, not the absolute one
+    bool keep_tables = false;       // fit the named parameters only, the tables as they are
     int retrace = 50;               // epochs between traces (0: trace once)
     int threads = 0;                // 0: every core
 };
 
 // Reads one word that follows the EPD file name: "epochs=N", "rate=R",
-// "slope=S" or "slope=fit", "loss=absolute" or "loss=squared", "retrace=N",
-// "threads=N". False for any other
+// "slope=S" or "slope=fit", "loss=absolute" or "loss=squared",
+// "tables=fit" or "tables=keep", "retrace=N", "threads=N". False for any other
 // word (out-of-range numbers are clamped).
 bool read_trace_tuner_option(const char* word, TraceTunerOptions& options);
 

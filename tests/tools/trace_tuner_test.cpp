@@ -107,6 +107,20 @@ TEST_F(TraceTuner, WritesASettingsFileThatTheEngineReadsBack) {
     EXPECT_GT(positions, 400);
     EXPECT_EQ(agree, positions);
 
+    // tables=keep moves the named values only: the tables stay as written
+    // with no epoch at all.
+    const auto tables = [](const std::string& file) { return file.substr(file.find("PST_pawn_op")); };
+    const auto named = [](const std::string& file) {
+        const std::size_t first = file.find("\nNMP_depth");
+        return file.substr(first, file.find("PST_pawn_op") - first);
+    };
+    run_engine({"-tune_all", "train.epd", "start.rc", "epochs=0"}, "", scratch_.path, 60);
+    run_engine({"-tune_all", "train.epd", "kept.rc", "epochs=20", "tables=keep", "loss=squared"}, "",
+               scratch_.path, 60);
+    EXPECT_EQ(tables(read_file("kept.rc")), tables(read_file("start.rc")));
+    EXPECT_NE(tables(read_file("fitted.rc")), tables(read_file("start.rc")));
+    EXPECT_NE(named(read_file("kept.rc")), named(read_file("start.rc")));
+
     write_file("vorn.rc", read_file("fitted.rc"));
     const std::string loaded = run_engine({"-c"}, "quit", scratch_.path);
     EXPECT_NE(loaded.find("loaded parameters from vorn.rc"), std::string::npos);
