@@ -151,9 +151,10 @@ std::string command_text(const char* epd_file, const TraceTunerOptions& o) {
         std::snprintf(slope, sizeof slope, "fit");
     else
         std::snprintf(slope, sizeof slope, "%g", o.slope);
-    std::snprintf(text, sizeof text, "vorn -tune_all %s %s epochs=%d rate=%g slope=%s loss=%s tables=%s retrace=%d",
+    std::snprintf(text, sizeof text, "vorn -tune_all %s %s epochs=%d rate=%g slope=%s loss=%s tables=%s "
+                  "positions=%s retrace=%d",
                   epd_file, o.output, o.epochs, o.rate, slope, o.squared ? "squared" : "absolute",
-                  o.keep_tables ? "keep" : "fit", o.retrace);
+                  o.keep_tables ? "keep" : "fit", o.quiet_only ? "quiet" : "all", o.retrace);
     return text;
 }
 
@@ -190,6 +191,9 @@ bool read_trace_tuner_option(const char* word, TraceTunerOptions& o) {
     } else if (name == "tables") {
         if (std::strcmp(value, "fit") != 0 && std::strcmp(value, "keep") != 0) return false;
         o.keep_tables = std::strcmp(value, "keep") == 0;
+    } else if (name == "positions") {
+        if (std::strcmp(value, "all") != 0 && std::strcmp(value, "quiet") != 0) return false;
+        o.quiet_only = std::strcmp(value, "quiet") == 0;
     } else if (name == "retrace") {
         o.retrace = int(read_clamped(value, 0, 1000000));
     } else if (name == "threads") {
@@ -221,7 +225,7 @@ void run_trace_tuner(const char* epd_file, const TraceTunerOptions& o) {
 
     TuningSet set(threads);
     auto clock = std::chrono::steady_clock::now();
-    if (!set.load(epd_file)) {
+    if (!set.load(epd_file, o.quiet_only)) {
         send_linef("can't open %s", epd_file);
         restore();
         return;

@@ -16,13 +16,15 @@ struct TraceTunerOptions {
     double slope = 1.25;            // otherwise this one (the error measure's own)
     bool squared = false;           // minimise the squared miss, not the absolute one
     bool keep_tables = false;       // fit the named parameters only, the tables as they are
+    bool quiet_only = false;        // leave out records whose move played was not quiet
     int retrace = 50;               // epochs between traces (0: trace once)
     int threads = 0;                // 0: every core
 };
 
 // Reads one word that follows the EPD file name: "epochs=N", "rate=R",
 // "slope=S" or "slope=fit", "loss=absolute" or "loss=squared",
-// "tables=fit" or "tables=keep", "retrace=N", "threads=N". False for any other
+// "tables=fit" or "tables=keep", "positions=all" or "positions=quiet",
+// "retrace=N", "threads=N". False for any other
 // word (out-of-range numbers are clamped).
 bool read_trace_tuner_option(const char* word, TraceTunerOptions& options);
 

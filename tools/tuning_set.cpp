@@ -11,6 +11,7 @@
 #include "board/position.h"
 #include "board/searchable.h"
 #include "core/line_file.h"
+#include "core/words.h"
 #include "eval/evaluate.h"
 #include "eval/linear_trace.h"
 #include "eval/param_keys.h"
@@ -74,6 +75,16 @@ void on_every_core(int n, Work work) {
     for (std::thread& t : pool) t.join();
 }
 
+// Whether the record's move played ("bm") is quiet: no capture, check or
+// promotion in its text. A record without one counts as quiet.
+bool played_quiet_move(const char* line) {
+    const char* move = find_after(line, " bm ");
+    if (!move) return true;
+    const std::size_t length = std::strcspn(move, "; ");
+    return std::find_if(move, move + length, [](char c) { return std::strchr("x+#=", c); }) ==
+           move + length;
+}
+
 const char* const kTableNames[6] = {"pawn", "knight", "bishop", "rook", "queen", "king"};
 
 }  // namespace
@@ -121,7 +132,7 @@ void write_parameters(EngineParams& p, const std::vector<TunedParameter>& list,
 
 TuningSet::TuningSet(int threads) : threads_(std::max(1, threads)) { set_slope(kTuningSlope); }
 
-bool TuningSet::load(const char* file_name) {
+bool TuningSet::load(const char* file_name, bool quiet_only) {
     std::FILE* file = open_text_input(file_name);
     if (!file) return false;
     auto history = std::make_unique<BoardHistory>();
@@ -134,6 +145,7 @@ bool TuningSet::load(const char* file_name) {
     while (read_line(file, line, sizeof line)) {
         if (!epd_usable_record(line)) continue;
         ++records_read_;
+        if (quiet_only && !played_quiet_move(line)) continue;
         parse_fen(pos, line);
         if (unsearchable_reason(pos) || in_check(pos, pos.side_to_move)) continue;
         TuningLabel label;

@@ -43,7 +43,10 @@ public:
     // and keeps those that can count: a game result, a stored score within
     // the limit that agrees with the result, a position that can be searched
     // and is not in check. False when the file cannot be opened.
-    bool load(const char* file_name);
+    // With `quiet_only`, records whose move played ("bm") was a capture, a
+    // check or a promotion are left out: in the middle of an exchange the
+    // static evaluation says little about the result.
+    bool load(const char* file_name, bool quiet_only = false);
     long size() const { return long(records_.size()); }
     long records_read() const { return records_read_; }
     // Terms kept by the last trace, over all positions (6 bytes each).
