@@ -298,13 +298,9 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
             while (batch.size() < StaticErrorMeasure::kBatch && read_whole_line(epd, record))
                 if (taken()) batch.emplace_back(line);
             if (batch.empty()) break;
+            // The input waits until the measure is whole: a "quit" served
+            // here would end it early and hand the tuner a wrong error.
             measure.add(batch, totals);
-            // As often as a search would look at the input.
-            nodes_since_input += double(batch.size());
-            if (nodes_since_input > kInputNodes) {
-                serve_tool_input();
-                nodes_since_input = 0.0;
-            }
         }
     }
     while (!shell.quit_requested && read_whole_line(epd, record)) {
