@@ -129,19 +129,24 @@ public:
 
     static constexpr std::size_t kBatch = 16384;
 
-    // Measures one batch of records and adds it to the totals.
-    void add(const std::vector<std::string>& batch, EpdRunTotals& totals) {
+    // Starts measuring a batch of records on the workers' threads; the
+    // caller may read the next batch meanwhile. `batch` must stay as it is
+    // until finish().
+    void start(const std::vector<std::string>& batch) {
         errors_.assign(batch.size(), kNotCounted);
-        const int n = int(workers_.size());
-        auto work = [&](int w) {
-            for (std::size_t i = batch.size() * w / n; i < batch.size() * (w + 1) / n; ++i)
-                errors_[i] = error_of(*workers_[w], batch[i].c_str());
-        };
-        std::vector<std::thread> pool;
-        for (int w = 1; w < n; ++w) pool.emplace_back(work, w);
-        work(0);
-        for (std::thread& t : pool) t.join();
-        totals.positions += int(batch.size());
+        const std::size_t n = workers_.size();
+        for (std::size_t w = 0; w < n; ++w)
+            pool_.emplace_back([this, &batch, w, n] {
+                for (std::size_t i = batch.size() * w / n; i < batch.size() * (w + 1) / n; ++i)
+                    errors_[i] = error_of(*workers_[w], batch[i].c_str());
+            });
+    }
+
+    // Waits for the batch and adds it to the totals in file order.
+    void finish(EpdRunTotals& totals) {
+        for (std::thread& t : pool_) t.join();
+        pool_.clear();
+        totals.positions += int(errors_.size());
         for (double e : errors_) {
             if (e == kUnsearchable) continue;
             ++totals.searched;
@@ -175,6 +180,7 @@ private:
     }
 
     std::vector<std::unique_ptr<Worker>> workers_;
+    std::vector<std::thread> pool_;
     std::vector<double> errors_;
 };
 
@@ -291,16 +297,22 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
         return sample_offset == 0 || sample_counter % 16 == 0;
     };
     if (limits.max_depth < 1 && selector != 0 && silent) {
+        // The input waits until the measure is whole: a "quit" served here
+        // would end it early and hand the tuner a wrong error. One batch is
+        // read while the one before is evaluated.
         StaticErrorMeasure measure;
-        std::vector<std::string> batch;
-        while (!shell.quit_requested) {
-            batch.clear();
-            while (batch.size() < StaticErrorMeasure::kBatch && read_whole_line(epd, record))
-                if (taken()) batch.emplace_back(line);
-            if (batch.empty()) break;
-            // The input waits until the measure is whole: a "quit" served
-            // here would end it early and hand the tuner a wrong error.
-            measure.add(batch, totals);
+        std::vector<std::string> batch, next;
+        auto read_batch = [&](std::vector<std::string>& into) {
+            into.clear();
+            while (into.size() < StaticErrorMeasure::kBatch && read_whole_line(epd, record))
+                if (taken()) into.emplace_back(line);
+        };
+        if (!shell.quit_requested) read_batch(batch);
+        while (!batch.empty()) {
+            measure.start(batch);
+            read_batch(next);
+            measure.finish(totals);
+            batch.swap(next);
         }
     }
     while (!shell.quit_requested && read_whole_line(epd, record)) {
