@@ -10,7 +10,7 @@
 #
 #   -g  games to play (default 12000)
 #   -c  games at a time (default 2, one per core)
-#   -n  nodes per move (default 20000, about depth 9)
+#   -n  nodes per move (default 6000, about depth 7)
 #   -e  the engine (default build/vorn)
 #   -s  a settings file the engines play with (default none: the built-in values)
 #   -o  the EPD file written (default tune.epd)
@@ -25,18 +25,19 @@
 # scanner takes for a comment with no score (and ends the game's records
 # there); the script writes it as "+0.00/9" before the scan.
 #
-# Measured on the 2-core build machine (2026-11-24, niced, both cores shared
-# with three other jobs): 100 games at -c 1 and 20000 nodes took 201 s (30
-# games a minute, 140 plies a game) and gave 9,171 records, 9,057 after
-# deduplication (91 a game). The default 12,000 games at -c 2 (two games at a
-# time, about 60 a minute) therefore take about 3 1/2 hours on this machine
-# (7 hours at -c 1) and give about 1.1 million positions; the scan and the
-# deduplication take a minute or two.
+# Measured on the 2-core build machine (2026-11-24), 6000 nodes a move: one
+# run at -c 2 alone plays about 200 games a minute (80 records a game), so
+# "-g 15000" takes about 75 minutes. The engines leave the cores half idle
+# at this speed (fastchess refuses more games at a time than cores), and
+# tuned.rc's data came from four runs side by side in separate folders
+# (-g 900 twice after two stopped runs), their games scanned together as
+# the last lines below do: 14,725 games in about 64 minutes while other
+# work shared the machine, 1,188,648 records, 1,017,388 distinct positions.
 set -eu
 
 games=12000
 concurrency=2
-nodes=20000
+nodes=6000
 root=$(cd "$(dirname "$0")/.." && pwd)
 engine=$root/build/vorn
 settings=
