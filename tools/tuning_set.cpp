@@ -175,8 +175,7 @@ void TuningSet::set_slope(double slope) {
         chunk.target.clear();
         for (long i = chunk.first; i < chunk.end; ++i) {
             const Record& r = records_[i];
-            chunk.target.push_back(kTuningResultWeight * r.result +
-                                   (1.0 - kTuningResultWeight) * win_probability(r.prior, slope));
+            chunk.target.push_back(TuningLabel{r.prior, r.result}.target(slope));
         }
     }
 }
