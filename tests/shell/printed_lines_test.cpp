@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "board/attacks.h"
 #include "board/legal_line.h"
 #include "shell/game_position.h"
+#include "tests/fen_board.h"
 #include "tests/shell/engine_process.h"
 
 namespace vorn {
@@ -21,14 +21,11 @@ namespace {
 
 // How many of the words can be played in turn from the position.
 std::size_t playable(const char* fen, const std::vector<std::string>& words) {
-    auto history = std::make_unique<BoardHistory>();
-    Position pos{};
-    pos.owner = history.get();
-    parse_fen(pos, fen);
+    FenBoard board(fen);
     std::vector<uint16_t> moves;
     for (const std::string& word : words) moves.push_back(read_coordinate_move(word.c_str()));
     moves.push_back(0);
-    return std::size_t(legal_line_length(pos, moves.data(), int(words.size())));
+    return std::size_t(legal_line_length(board.pos, moves.data(), int(words.size())));
 }
 
 }  // namespace
