@@ -72,8 +72,8 @@ public:
     const std::string& directory() const { return directory_; }
     const std::string& output() const { return output_; }
 
-    void send(const std::string& text) {
-        std::string line = text + "\n";
+    void send(const std::string& text, const char* end = "\n") {
+        const std::string line = text + end;
         for (std::size_t done = 0; to_child_ >= 0 && done < line.size();) {
             ssize_t n = write(to_child_, line.data() + done, line.size() - done);
             if (n <= 0) return;

@@ -259,6 +259,26 @@ TEST_F(Uci, JunkIsSurvived) {
     EXPECT_NE(out.find("bestmove null"), std::string::npos) << out;
 }
 
+// Commands are taken however they arrive: a line waits for its end; CR, CR
+// LF, LF and '@' end lines, empty ones are skipped; a line of the longest
+// length is kept and a longer one dropped; a burst loses nothing; the last
+// line needs no end.
+TEST(UciInput, LinesWhateverTheirEndsAndPace) {
+    EngineProcess engine({"-nolog"});
+    engine.send("uci\nisready\nisr", "");
+    ASSERT_GE(engine.wait_for("readyok\n", 10), 0);
+    engine.drain(0.2);
+    EXPECT_EQ(count_of(engine.output(), "readyok"), 1);  // "isr" is not a line yet
+    std::string rest = "eady\r\n\n\r\n   \nisready@isready@@isready\risready\r\r\n";
+    rest += std::string(262143 - 7, ' ') + "isready\n" + std::string(262144 - 7, ' ') + "isready\n";
+    for (int i = 0; i < 3000; ++i) rest += "isready\n";
+    engine.send(rest + "isready", "");
+    engine.close_input();
+    EXPECT_EQ(engine.wait_exit(20), 0);
+    EXPECT_EQ(count_of(engine.output(), "readyok\n"), 3008);
+    EXPECT_EQ(count_of(engine.output(), "info string input line longer than 262143 bytes ignored\n"), 1);
+}
+
 // Piped scripts: once the input ends, every "go" still gets exactly one
 // "bestmove". Searches with a limit of their own run to it; infinite and
 // ponder searches are stopped at once. "quit" in the middle of a search
