@@ -43,12 +43,7 @@ TEST(PrintedLines, EveryPvAndPonderMoveIsLegal) {
         std::vector<std::string> played(game.begin(), game.begin() + static_cast<long>(plies));
         std::string position = std::string("position fen ") + start + " moves";
         for (const std::string& m : played) position += " " + m;
-        const std::size_t from = engine.output().size();
-        engine.send(position + "\ngo depth 8");
-        ASSERT_GE(engine.wait_for("bestmove", 30, from), 0) << engine.output().substr(from);
-        engine.wait_for("\n", 5, engine.output().find("bestmove", from));
-
-        std::istringstream out(engine.output().substr(from));
+        std::istringstream out(search(engine, position + "\ngo depth 8"));
         for (std::string text; std::getline(out, text);) {
             std::istringstream words(text);
             std::vector<std::string> line = played;

@@ -239,17 +239,9 @@ TEST_F(Uci, PonderMissAnswersBothSearches) {
 }
 
 TEST_F(Uci, JunkIsSurvived) {
-    // A line longer than the reader keeps is dropped whole, with one line.
-    const std::string reply =
-        exchange(std::string(300000, 'z') +
-                     "\ngo wtime abc btime -5 movestogo -3 depth -1\nstop\nposition\nposition fen\n"
-                     "position fen ///// z\nposition startpos moves zz e2e4\nsetoption name Threads value\n"
-                     "\x01\x02\x7f\xff\n@@@\n\r\n   ",
-                 20);
-    EXPECT_EQ(reply.find("info string input line longer than 262143 bytes ignored\n"),
-              reply.rfind("info string input line longer"))
-        << reply;
-    EXPECT_NE(reply.find("info string input line longer"), std::string::npos) << reply;
+    exchange("go wtime abc btime -5 movestogo -3 depth -1\nstop\nposition\nposition fen\n"
+             "position fen ///// z\nposition startpos moves zz e2e4\nsetoption name Threads value\n"
+             "\x01\x02\x7f\xff\n@@@\n\r\n   ");
     // The junk "go" was stopped, so it still owes its "bestmove".
     EXPECT_GE(engine.wait_for("bestmove", 10), 0) << engine.output();
     EXPECT_NE(search("position startpos\ngo depth 2").find("bestmove "), std::string::npos);
