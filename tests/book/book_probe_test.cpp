@@ -19,7 +19,6 @@ namespace {
 
 class BookProbe : public BookTest {
 protected:
-    // Writes the records as the book file and loads it.
     static void use_book(const std::vector<BookEntry>& records, int variety = 1) {
         write_book("test.opn", records);
         use_book_file("test.opn", variety);

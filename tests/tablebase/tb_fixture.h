@@ -43,7 +43,6 @@ inline void use_shared_tables() {
     if (registered_path() != kTableDir) init_path(kTableDir);
 }
 
-// Copies a shared table file into another directory.
 inline void copy_table(const std::string& directory, const std::string& name) {
     write_file(directory + "/" + name, read_file(kTableDir + "/" + name));
 }

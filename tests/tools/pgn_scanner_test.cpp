@@ -51,7 +51,6 @@ std::vector<std::string> lines_of(const std::string& text) {
     return lines;
 }
 
-// The "bm" moves of the records, in order.
 std::vector<std::string> best_moves(const std::string& epd) {
     static const std::regex bm(" bm ([^;]*);");
     std::vector<std::string> moves;
@@ -61,7 +60,6 @@ std::vector<std::string> best_moves(const std::string& epd) {
 
 class PgnScanner : public ToolTest {
 protected:
-    // Scans "games.pgn" and returns what the scanner printed.
     static std::string scan(const std::string& pgn, int mode) {
         write_file("games.pgn", pgn);
         return printed_by([mode] { scan_pgn("games.pgn", mode); });
