@@ -70,8 +70,7 @@ TEST_F(BookPlay, UciAnswersBookMovesWithoutSearchingUpToTheBookDepth) {
     }
     const std::string off = search(engine, "setoption name OwnBook value false\nposition startpos\ngo depth 3");
     EXPECT_NE(off.find("info depth"), std::string::npos) << off;
-    engine.send("quit");
-    EXPECT_EQ(engine.wait_exit(10), 0);
+    EXPECT_EQ(engine.quit(), 0);
 }
 
 }  // namespace

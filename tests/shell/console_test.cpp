@@ -118,8 +118,7 @@ TEST(ConsoleSearch, SearchesReportAndSelfPlayStopsWhenNoMoveIsLeft) {
     from = engine.output().size();
     engine.send("go\nbd");  // analysis of a position without moves ends at once
     ASSERT_GE(engine.wait_for("move= null", 20, from), 0);
-    engine.send("quit");
-    EXPECT_EQ(engine.wait_exit(10), 0);
+    EXPECT_EQ(engine.quit(), 0);
 }
 
 }  // namespace

@@ -118,6 +118,12 @@ public:
         return status_ >= 0 ? status_ : -1;
     }
 
+    // Sends "quit"; the exit status as wait_exit gives it.
+    int quit(double timeout = 10) {
+        send("quit");
+        return wait_exit(timeout);
+    }
+
     std::string read_file(const std::string& name) const { return vorn::read_file(directory_ + "/" + name); }
     void write_file(const std::string& name, const std::string& content) const {
         vorn::write_file(directory_ + "/" + name, content);

@@ -64,8 +64,7 @@ TEST(PrintedLines, EveryPvAndPonderMoveIsLegal) {
         }
     }
     EXPECT_GT(lines_checked, 2 * game.size());
-    engine.send("quit");
-    EXPECT_EQ(engine.wait_exit(10), 0);
+    EXPECT_EQ(engine.quit(), 0);
 }
 
 }  // namespace vorn

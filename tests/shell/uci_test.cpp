@@ -20,8 +20,7 @@ protected:
         ASSERT_GE(engine.wait_for("uciok\n", 10), 0) << engine.output();
     }
     void TearDown() override {
-        engine.send("quit");
-        EXPECT_EQ(engine.wait_exit(10), 0);
+        EXPECT_EQ(engine.quit(), 0);
     }
 
     // Sends the lines and "isready"; returns what came before "readyok".
@@ -107,8 +106,7 @@ TEST(UciHash, ASizeThatCannotBeHadKeepsTheTableInUse) {
     ASSERT_EQ(setrlimit(RLIMIT_AS, &saved), 0);
     const std::string out = search(engine, "setoption name Hash value 4000\nposition startpos\ngo depth 4");
     EXPECT_EQ(count_of(out, "\ninfo string Hash size 4000M bytes cannot be allocated; keeping 16M bytes\n"), 1) << out;
-    engine.send("quit");
-    EXPECT_EQ(engine.wait_exit(10), 0);
+    EXPECT_EQ(engine.quit(), 0);
 }
 
 // Searches in one session, in order, so that limits and options carry over:
