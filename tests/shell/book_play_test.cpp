@@ -17,9 +17,7 @@ protected:
     EngineProcess builder{{"-c", "-hash", "1"}};
 
     void SetUp() override {
-        std::string games;
-        for (int i = 0; i < 9; ++i) games += "[Result \"1/2-1/2\"]\n1. e4 e5 2. Nf3 Nc6 1/2-1/2\n\n";
-        builder.write_file("book.pgn", games);
+        builder.write_file("book.pgn", repeat(9, "[Result \"1/2-1/2\"]\n1. e4 e5 2. Nf3 Nc6 1/2-1/2\n\n"));
         builder.send("e4\nmkbook\nbd\nquit");
         builder.close_input();
         ASSERT_EQ(builder.wait_exit(30), 0);

@@ -119,14 +119,10 @@ TEST_F(Uci, PositionsAndGoLimits) {
     // return ends the line. Then knight moves only, beyond the fifty-move rule.
     const std::string pawns = "a2a3\ta7a6\ta3a4\ta6a5\tb2b3\tb7b6\tb3b4\tb6b5\tc2c3\tc7c6\tc3c4\tc6c5\t"
                               "d2d3\td7d6\td3d4\td6d5\te2e3\te7e6\te3e4\te6e5\th2h3\th7h6\th3h4\th6h5";
-    const char* shuffle[] = {"\tg1f3", "\tg8f6", "\tf3g1", "\tf6g8"};
-    std::string long_game, knights_only;
-    for (int round = 0; round < 12; ++round) {
-        long_game.append("\t").append(pawns, 10 * round, 9);
-        for (int i = 0; i < 68; ++i) long_game += shuffle[i % 4];
-    }
-    long_game += shuffle[0];
-    for (int i = 0; i < 760; ++i) knights_only += shuffle[i % 4];
+    const std::string shuffle = "\tg1f3\tg8f6\tf3g1\tf6g8", knights_only = repeat(190, shuffle);
+    std::string long_game;
+    for (int round = 0; round < 12; ++round) long_game.append("\t").append(pawns, 10 * round, 9) += repeat(17, shuffle);
+    long_game += "\tg1f3";
     const struct {
         std::string lines;
         std::vector<std::string> shown, absent;

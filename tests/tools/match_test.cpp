@@ -173,10 +173,8 @@ TEST_F(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
     ASSERT_EQ(bookless.quit(60), 0);
 
     // A book of one line, drawn in 20 games: a candidate at every ply.
-    std::string book_games;
-    for (int i = 0; i < 20; ++i)
-        book_games += "[Result \"1/2-1/2\"]\n1. e4 e5 2. Nf3 Nc6 3. Bb5 a6 4. Ba4 Nf6 5. O-O Be7 6. Re1 b5 7. Bb3 d6\n";
-    write_file("book.pgn", book_games);
+    write_file("book.pgn", repeat(20, "[Result \"1/2-1/2\"]\n1. e4 e5 2. Nf3 Nc6 3. Bb5 a6 4. Ba4 Nf6 5. O-O Be7 "
+                                      "6. Re1 b5 7. Bb3 d6\n"));
     printed_by(build_book);
     ASSERT_EQ(std::rename("book.opn", "vorn.opn"), 0);
 

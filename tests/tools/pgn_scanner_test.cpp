@@ -157,9 +157,7 @@ TEST_F(PgnScanner, EpdModesWriteRecordsTheRunnerAndTheTunerTake) {
 TEST_F(PgnScanner, BrokenFilesNeverCrash) {
     std::string junk;
     for (int i = 0; i < 3000; ++i) junk += static_cast<char>((i * 37 + 11) % 255 + 1);
-    std::string shuffle;  // knights out and back: legal for ever
-    const char* knights[] = {"Nf3", "Nf6", "Ng1", "Ng8"};
-    for (int i = 0; i < 1000; ++i) shuffle += std::string(knights[i % 4]) + " ";
+    const std::string shuffle = repeat(250, "Nf3 Nf6 Ng1 Ng8 ");  // knights out and back: legal for ever
     std::string one_line = "[Event \"x\"]\n" + std::string(9000, ' ');  // movetext of 10,000 characters
     for (const std::string& move : kOperaGame) one_line += move + " ";
 
