@@ -257,8 +257,7 @@ TEST(UciInput, LinesWhateverTheirEndsAndPace) {
     EXPECT_EQ(count_of(engine.output(), "readyok"), 1);  // "isr" is not a line yet
     std::string rest = "eady\r\n\n\r\n   \nisready@isready@@isready\risready\r\r\n";
     rest += std::string(262143 - 7, ' ') + "isready\n" + std::string(262144 - 7, ' ') + "isready\n";
-    for (int i = 0; i < 3000; ++i) rest += "isready\n";
-    engine.send(rest + "isready", "");
+    engine.send(rest + repeat(3000, "isready\n") + "isready", "");
     engine.close_input();
     EXPECT_EQ(engine.wait_exit(20), 0);
     EXPECT_EQ(count_of(engine.output(), "readyok\n"), 3008);
