@@ -1,7 +1,8 @@
 #pragma once
 // A fresh directory that is the working directory while the object lives,
 // removed with everything in it afterwards, for tests of code that reads and
-// writes fixed file names; and whole files written and read by name.
+// writes fixed file names; whole files written and read by name, and text
+// repeated to make long inputs.
 
 #include <unistd.h>
 
@@ -38,6 +39,12 @@ inline void write_file(const std::string& name, const std::string& bytes) {
 inline std::string read_file(const std::string& name) {
     std::ifstream in(name, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+inline std::string repeat(int times, const std::string& text) {
+    std::string out;
+    for (int i = 0; i < times; ++i) out += text;
+    return out;
 }
 
 }  // namespace vorn

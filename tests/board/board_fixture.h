@@ -12,6 +12,7 @@
 #include "board/attacks.h"
 #include "board/position.h"
 #include "board/position_check.h"
+#include "tests/fen_board.h"
 
 namespace vorn {
 

@@ -7,7 +7,6 @@
 
 #include <cstdint>
 #include <fstream>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -16,6 +15,7 @@
 #include "board/perft.h"
 #include "board/position.h"
 #include "core/shell_state.h"
+#include "tests/fen_board.h"
 
 namespace vorn {
 
@@ -60,19 +60,16 @@ inline std::vector<PerftRecord> read_chess960_records(const char* file) {
 // Checks every total of the records up to max_nodes leaves, half the records
 // with castling written as king takes rook (UCI_Chess960 on).
 inline void expect_chess960_totals(uint64_t max_nodes) {
-    auto history = std::make_unique<BoardHistory>();
     const std::pair<const char*, std::size_t> files[] = {{"chess960_starts.txt", 960}, {"chess960_played.txt", 40}};
     for (const auto& [file, at_least] : files) {
         const std::vector<PerftRecord> records = read_chess960_records(file);
         ASSERT_GE(records.size(), at_least) << file;
         for (std::size_t i = 0; i < records.size(); i++) {
             shell.chess960 = i % 4 < 2;
-            Position pos{};
-            pos.owner = history.get();
-            parse_fen(pos, records[i].fen.c_str());
+            FenBoard board(records[i].fen.c_str());
             for (const auto& [depth, nodes] : records[i].counts) {
                 if (nodes > max_nodes) continue;
-                EXPECT_EQ(perft(pos, pos.side_to_move, depth), nodes) << records[i].fen << " depth " << depth;
+                EXPECT_EQ(perft(board.pos, board.pos.side_to_move, depth), nodes) << records[i].fen << " depth " << depth;
             }
         }
     }

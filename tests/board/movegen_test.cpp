@@ -2,7 +2,6 @@
 
 #include <vector>
 
-#include "board/attacks.h"
 #include "board/legal_line.h"
 #include "board/movegen.h"
 #include "tests/board/board_fixture.h"
@@ -36,13 +35,6 @@ TEST_F(MovegenTest, PseudoLegalIsExactlyWhatTheGeneratorProduces) {
                 ADD_FAILURE() << fen << ": move word " << word;
         EXPECT_EQ(wrong, 0) << fen;
     }
-}
-
-// Slider attacks and the squares between are checked by the perft totals;
-// the row of the missing square only here.
-TEST_F(MovegenTest, NothingLiesBetweenTheMissingSquareAndAnother) {
-    EXPECT_EQ(between[kNoSquare][12], 0u);
-    EXPECT_EQ(between[12][kNoSquare], 0u);
 }
 
 }  // namespace

@@ -9,12 +9,6 @@ namespace vorn {
 
 namespace {
 
-std::string repeat(int times, const std::string& game) {
-    std::string text;
-    for (int i = 0; i < times; ++i) text += game;
-    return text;
-}
-
 class BookBuilding : public BookTest {
 protected:
     // Builds from the games; returns what was printed.

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -17,19 +16,15 @@
 #include "book/book_index.h"
 #include "book/book_key.h"
 #include "book/book_settings.h"
+#include "tests/fen_board.h"
 #include "tests/scratch_directory.h"
 
 namespace vorn {
 
 // A position with its own history, set from the start position (or a FEN)
 // and moved on by blank-separated moves in any notation parse_move reads.
-struct Game {
-    std::unique_ptr<BoardHistory> history = std::make_unique<BoardHistory>();
-    Position pos{};
-
-    explicit Game(const std::string& moves = "", const char* fen = kStartFen) {
-        pos.owner = history.get();
-        parse_fen(pos, fen);
+struct Game : FenBoard {
+    explicit Game(const std::string& moves = "", const char* fen = kStartFen) : FenBoard(fen) {
         std::istringstream words(moves);
         for (std::string word; words >> word;) EXPECT_TRUE(try_play(word.c_str())) << word;
     }

@@ -19,7 +19,6 @@ namespace {
 
 class BookProbe : public BookTest {
 protected:
-    // Writes the records as the book file and loads it.
     static void use_book(const std::vector<BookEntry>& records, int variety = 1) {
         write_book("test.opn", records);
         use_book_file("test.opn", variety);
@@ -34,12 +33,10 @@ protected:
     // position must come back unchanged.
     static std::string probe(const std::string& played, bool verbose = false) {
         Game game(played);
-        char before[kFenBufferSize], after[kFenBufferSize];
-        position_to_fen(game.pos, before);
+        const std::string before = fen_of(game.pos);
         const int plies = game.history->history_count;
         const Move move = book_probe(game.pos, verbose);
-        position_to_fen(game.pos, after);
-        EXPECT_STREQ(before, after);
+        EXPECT_EQ(fen_of(game.pos), before);
         EXPECT_EQ(game.history->history_count, plies);
         char text[kMoveTextSize];
         return move ? move_to_text(move, text) : "";

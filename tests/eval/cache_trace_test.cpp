@@ -57,27 +57,13 @@ TEST(PawnHash, ReadOnlyWhileSearching) {
     EXPECT_EQ(eval.state->pawn_hits, 1u);
 }
 
-TEST(Trace, RepeatedEvaluationsGiveIdenticalTraces) {
-    Board board(kMiddlegame);
-    Evaluator eval;
-    std::string first = traced_evaluation_report(board.pos, *eval.state);
-    std::string second = traced_evaluation_report(board.pos, *eval.state);
-    EXPECT_EQ(first, second);
-    // Evaluations at other plies or while searching never touch the trace.
-    EvalTrace before = eval_trace;
-    eval.state->trace_thread = true;
-    eval(board.pos, 2);
-    eval.state->searching = true;
-    eval(board.pos, 1);
-    EXPECT_EQ(0, std::memcmp(&before, &eval_trace, sizeof before));
-}
-
-TEST(Trace, ImbalanceHungAndPinnedLists) {
+TEST(Trace, ImbalanceHungAndPinnedListsRepeatedAlike) {
     // Rook, bishop and pawn against a knight; the knight on c6 is pinned to
     // its king and undefended, the pawn on e5 is attacked by it.
     Board board("4k3/8/2n5/1B2P3/8/8/8/R3K3 b - -");
     Evaluator eval;
-    std::string text = traced_evaluation_report(board.pos, *eval.state);
+    const std::string text = traced_evaluation_report(board.pos, *eval.state);
+    EXPECT_EQ(traced_evaluation_report(board.pos, *eval.state), text);
     EXPECT_NE(text.find("(RBP :: N)"), std::string::npos) << text;
     EXPECT_NE(text.find("pinned pieces on :  c6\n"), std::string::npos) << text;
     EXPECT_NE(text.find("hung pieces on:   e5  c6\n"), std::string::npos) << text;
@@ -87,6 +73,13 @@ TEST(Trace, ImbalanceHungAndPinnedLists) {
     for (int sq = 0; sq < 64; ++sq)
         if (board.pos.board[sq] && board.pos.board[sq] < 8) white += eval_trace.square[sq];
     EXPECT_NEAR(white, eval_trace.position[0], 8);  // tempo and rounding aside
+    // Evaluations at other plies or while searching never touch the trace.
+    const EvalTrace before = eval_trace;
+    eval.state->trace_thread = true;
+    eval(board.pos, 2);
+    eval.state->searching = true;
+    eval(board.pos, 1);
+    EXPECT_EQ(0, std::memcmp(&before, &eval_trace, sizeof before));
 }
 
 }  // namespace

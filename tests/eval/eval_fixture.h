@@ -11,20 +11,15 @@
 #include "eval/engine_params.h"
 #include "eval/evaluate.h"
 #include "eval/kpk.h"
+#include "tests/fen_board.h"
 
 namespace vorn {
 
 // Builds every table the evaluation needs (once per test program).
 void prepare_eval_tables();
 
-struct Board {
-    std::unique_ptr<BoardHistory> history = std::make_unique<BoardHistory>();
-    Position pos{};
-    explicit Board(const char* fen) {
-        prepare_eval_tables();
-        pos.owner = history.get();
-        parse_fen(pos, fen);
-    }
+struct Board : FenBoard {
+    explicit Board(const char* fen) : FenBoard((prepare_eval_tables(), fen)) {}
 };
 
 struct Evaluator {

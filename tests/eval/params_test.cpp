@@ -21,15 +21,6 @@ TEST(DerivedTables, KingDangerScalesAndStaysNonNegative) {
     for (int i = 0; i < 32; ++i) EXPECT_EQ(p.KingDanger[i], 0);
 }
 
-TEST(PieceSquareTables, TablesSuppliedWholeByASettingsFileAreNotRecomputed) {
-    EngineParams p;
-    p.pst_from_params = 0;
-    p.pst[2][0] = {123, -45};
-    init_eval_tables(p);
-    EXPECT_EQ(p.pst[2][0].op, 123);
-    EXPECT_EQ(p.pst[2][0].en, -45);
-}
-
 TEST(TuneParams, SelectionByWholeNameOnly) {
     set_default_params(params);
     init_eval_tables();

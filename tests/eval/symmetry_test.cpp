@@ -15,18 +15,6 @@ namespace vorn {
 
 namespace {
 
-struct Sample {
-    std::string fen;
-    int score;
-    EvalStackOutput out;
-};
-
-std::string fen_of(const Position& pos) {
-    char buffer[kFenBufferSize];
-    position_to_fen(pos, buffer);
-    return buffer;
-}
-
 // Random legal playout, collecting every position on the way.
 void playout(const char* start, unsigned seed, int plies, std::vector<std::string>& fens) {
     Board board(start);
@@ -46,38 +34,18 @@ void playout(const char* start, unsigned seed, int plies, std::vector<std::strin
 const char* const kStarts[] = {
     "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -",
     "r1bqkb1r/pppp1ppp/2n2n2/4p3/2B1P3/5N2/PPPP1PPP/RNBQK2R w KQkq -",
-    "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
-    "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -",
-    "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - -",
-    "8/8/4k3/8/2B5/4K3/4P3/8 w - -",
-    "8/5k2/8/3b4/8/2B1K3/3P4/8 w - -",
-    "8/8/8/3k4/8/3K4/3P4/8 w - -",
-    "8/8/3k4/8/8/3K4/2N1N3/8 w - -",
-    "8/8/3k4/8/8/3K4/1R6/8 w - -",
-    "8/8/3k4/8/1q6/3K4/1R6/8 w - -",
-    "8/8/3k4/8/8/3K4/1B2N3/8 w - -",
-    "1k6/8/8/8/8/8/P7/1K1B4 w - -",
-    "4k3/8/8/3p4/3P4/8/8/4K3 w - -",
-    "4k3/4r3/8/8/8/8/R3P3/4K3 w - -",
-    "2k5/8/8/8/8/8/6Q1/2K3R1 w - -",
-    "4k3/pppppppp/8/8/8/8/PPPPPPPP/4K3 w - -",
-    "r3k3/1p6/8/8/8/8/6P1/4K2R b K -",
+    "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -", "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -",
+    "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - -", "8/8/4k3/8/2B5/4K3/4P3/8 w - -", "8/5k2/8/3b4/8/2B1K3/3P4/8 w - -",
+    "8/8/8/3k4/8/3K4/3P4/8 w - -", "8/8/3k4/8/8/3K4/2N1N3/8 w - -", "8/8/3k4/8/8/3K4/1R6/8 w - -",
+    "8/8/3k4/8/1q6/3K4/1R6/8 w - -", "8/8/3k4/8/8/3K4/1B2N3/8 w - -", "1k6/8/8/8/8/8/P7/1K1B4 w - -",
+    "4k3/8/8/3p4/3P4/8/8/4K3 w - -", "4k3/4r3/8/8/8/8/R3P3/4K3 w - -", "2k5/8/8/8/8/8/6Q1/2K3R1 w - -",
+    "4k3/pppppppp/8/8/8/8/PPPPPPPP/4K3 w - -", "r3k3/1p6/8/8/8/8/6P1/4K2R b K -",
     // One position for every ending and term the evaluator treats specially.
-    "k7/8/8/8/8/2K5/3N4/2B5 w - -",
-    "k7/8/8/8/8/2K5/3N4/3B4 b - -",
-    "8/8/5k2/8/3K4/8/8/R7 w - -",
-    "K7/8/3k4/8/8/8/8/4qr2 b - -",
-    "8/8/4k3/5n2/8/3K4/2B5/8 b - -",
-    "8/4k3/8/4K3/4P3/8/8/8 w - -",
-    "8/4k3/8/4K3/4P3/8/8/8 b - -",
-    "k7/8/8/8/8/8/P7/1KB5 w - -",
-    "4k3/7p/2b5/8/8/2B5/3PP3/4K3 w - -",
-    "8/8/8/r4k2/8/8/4P3/R3K3 w - -",
-    "8/8/4k3/8/8/3K2p1/2N1N3/8 b - -",
-    "8/8/3k4/8/8/3K4/1B2B3/4n3 w - -",
-    "1k6/8/P7/7p/8/8/8/7K w - -",
-    "3qk3/8/8/N7/7B/8/8/4K3 b - -",
-    "4k3/8/8/b7/8/2N5/8/4K3 w - -",
+    "k7/8/8/8/8/2K5/3N4/2B5 w - -", "k7/8/8/8/8/2K5/3N4/3B4 b - -", "8/8/5k2/8/3K4/8/8/R7 w - -",
+    "K7/8/3k4/8/8/8/8/4qr2 b - -", "8/8/4k3/5n2/8/3K4/2B5/8 b - -", "8/4k3/8/4K3/4P3/8/8/8 w - -",
+    "8/4k3/8/4K3/4P3/8/8/8 b - -", "k7/8/8/8/8/8/P7/1KB5 w - -", "4k3/7p/2b5/8/8/2B5/3PP3/4K3 w - -",
+    "8/8/8/r4k2/8/8/4P3/R3K3 w - -", "8/8/4k3/8/8/3K2p1/2N1N3/8 b - -", "8/8/3k4/8/8/3K4/1B2B3/4n3 w - -",
+    "1k6/8/P7/7p/8/8/8/7K w - -", "3qk3/8/8/N7/7B/8/8/4K3 b - -", "4k3/8/8/b7/8/2N5/8/4K3 w - -",
     "8/4P3/8/7k/8/8/8/KR5r w - -",
 };
 

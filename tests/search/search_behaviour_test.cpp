@@ -3,9 +3,7 @@
 #include <string>
 
 #include "board/make_move.h"
-#include "board/movegen.h"
 #include "board/notation.h"
-#include "search/move_picker.h"
 #include "search/search.h"
 #include "tests/search/search_fixture.h"
 
@@ -50,23 +48,6 @@ TEST(Mates, FindsForcedMatesAndReportsTheirLength) {
         EXPECT_LE(r.depth, plies + 1) << c.fen;
     }
     shell.noise = 9999.0;
-}
-
-TEST(Stalemate, WinningSideDoesNotStalemate) {
-    engine_up(1);
-    // White queen and king against a cornered king: many queen moves stalemate.
-    const char* fens[] = {"7k/8/6K1/8/8/8/8/5Q2 w - -", "k7/8/1K6/8/8/8/8/2Q5 w - -",
-                          "8/8/8/8/8/5K2/7Q/7k w - -"};
-    for (const char* fen : fens) {
-        const SearchResult& r = search_to_depth(fen, 8);
-        ThreadData& td = *thread_table[0];
-        set_game_position(fen);
-        ASSERT_TRUE(legal_in_game_position(r.best_move)) << fen;
-        make_move(td.pos, r.best_move);
-        int reply_state = game_end_state(td.pos, in_check(td.pos, td.pos.side_to_move));
-        EXPECT_NE(reply_state, 2) << fen << " " << text_of(r.best_move);
-        EXPECT_GT(r.score, 500) << fen;
-    }
 }
 
 namespace {

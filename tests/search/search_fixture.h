@@ -58,7 +58,6 @@ inline void engine_up(int worker_count) {
 
 inline void set_game_position(const char* fen) { parse_fen(thread_table[0]->pos, fen); }
 
-// Whether the move is legal in the game position.
 inline bool legal_in_game_position(Move m) { return is_legal_move(thread_table[0]->pos, m); }
 
 inline std::string text_of(Move m) {

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <array>
+#include <vector>
+
 #include "board/attacks.h"
 #include "board/position.h"
 #include "core/score.h"
@@ -69,31 +72,29 @@ TEST_F(SmallTable, StoredMateScoreReadsBackAtAnotherPly) {
 }
 
 // The benchmark's table is far larger than its trees, so it never replaces
-// another position's entry: these rules are checked here alone.
-TEST_F(SmallTable, AFullBucketKeepsDeepEntriesOfThisSearch) {
-    // A full bucket of depth-10 entries of this search keeps them against a
-    // depth-2 result for another key (10 - 7 > 2) ...
-    tt_generation = 4;
-    for (uint32_t k = 1; k <= 4; k++) tt_store(key_in_bucket(100 + k), 0, 1, 10, 0, 50, 5, 0);
-    uint64_t newcomer = key_in_bucket(200);
-    tt_store(newcomer, 0, 1, 2, 0, 50, 5, 0);
-    EXPECT_FALSE(tt_read(newcomer, 0, 1, pos).hit);
-    // ... while a depth-3 result replaces the oldest, shallowest slot.
-    tt_store(newcomer, 0, 1, 3, 0, 50, 5, 0);
-    EXPECT_TRUE(tt_read(newcomer, 0, 1, pos).hit);
-    EXPECT_FALSE(tt_read(key_in_bucket(101), 0, 1, pos).hit);
-    EXPECT_TRUE(tt_read(key_in_bucket(102), 0, 1, pos).hit);
-}
-
-TEST_F(SmallTable, OlderGenerationsLoseFirst) {
-    tt_generation = 2;
-    for (uint32_t k = 1; k <= 3; k++) tt_store(key_in_bucket(k), 0, 1, 9, 0, 50, 5, 0);
-    tt_generation = 1;
-    tt_store(key_in_bucket(4), 0, 1, 20, 0, 50, 5, 0);  // deep but old
-    tt_generation = 3;
-    tt_store(key_in_bucket(5), 0, 1, 14, 0, 50, 5, 0);
-    EXPECT_FALSE(tt_read(key_in_bucket(4), 0, 1, pos).hit);
-    EXPECT_TRUE(tt_read(key_in_bucket(5), 0, 1, pos).hit);
+// another position's entry: these rules are checked here alone. Each store
+// is {generation, key, depth} into one bucket; then the keys read back.
+TEST_F(SmallTable, WhatAFullBucketKeeps) {
+    const struct {
+        std::vector<std::array<uint32_t, 3>> stores;
+        std::vector<uint32_t> kept, lost;
+    } cases[] = {
+        // Deep entries of this search stay against a shallow newcomer (10 - 7 > 2) ...
+        {{{4, 101, 10}, {4, 102, 10}, {4, 103, 10}, {4, 104, 10}, {4, 200, 2}}, {101, 102}, {200}},
+        // ... while a depth-3 one replaces the oldest, shallowest slot.
+        {{{4, 101, 10}, {4, 102, 10}, {4, 103, 10}, {4, 104, 10}, {4, 200, 3}}, {200, 102}, {101}},
+        // An older generation loses first, however deep.
+        {{{2, 1, 9}, {2, 2, 9}, {2, 3, 9}, {1, 4, 20}, {3, 5, 14}}, {5}, {4}},
+    };
+    for (const auto& c : cases) {
+        tt_clear();
+        for (const auto& [generation, key, depth] : c.stores) {
+            tt_generation = int16_t(generation);
+            tt_store(key_in_bucket(key), 0, 1, int(depth), 0, 50, 5, 0);
+        }
+        for (uint32_t key : c.kept) EXPECT_TRUE(tt_read(key_in_bucket(key), 0, 1, pos).hit) << key;
+        for (uint32_t key : c.lost) EXPECT_FALSE(tt_read(key_in_bucket(key), 0, 1, pos).hit) << key;
+    }
 }
 
 TEST_F(SmallTable, MoveThePositionCannotPlayIsAMissButRefreshesTheAge) {

@@ -17,9 +17,7 @@ protected:
     EngineProcess builder{{"-c", "-hash", "1"}};
 
     void SetUp() override {
-        std::string games;
-        for (int i = 0; i < 9; ++i) games += "[Result \"1/2-1/2\"]\n1. e4 e5 2. Nf3 Nc6 1/2-1/2\n\n";
-        builder.write_file("book.pgn", games);
+        builder.write_file("book.pgn", repeat(9, "[Result \"1/2-1/2\"]\n1. e4 e5 2. Nf3 Nc6 1/2-1/2\n\n"));
         builder.send("e4\nmkbook\nbd\nquit");
         builder.close_input();
         ASSERT_EQ(builder.wait_exit(30), 0);
@@ -70,8 +68,7 @@ TEST_F(BookPlay, UciAnswersBookMovesWithoutSearchingUpToTheBookDepth) {
     }
     const std::string off = search(engine, "setoption name OwnBook value false\nposition startpos\ngo depth 3");
     EXPECT_NE(off.find("info depth"), std::string::npos) << off;
-    engine.send("quit");
-    EXPECT_EQ(engine.wait_exit(10), 0);
+    EXPECT_EQ(engine.quit(), 0);
 }
 
 }  // namespace

@@ -40,9 +40,7 @@ TEST(Console, Scripts) {
                                   "k7/8/8/8/8/8/8/7P w - -", "rnbq1bnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQ1BNR w - -",
                                   "8/8/8/8/8/8/8/8 b - -"})
         garbage += "fen " + fen + "\nbd\nperft 2\nev\nswap\nundo\n]\ngo 2\nmv\n";
-    std::string full_history;
-    const char* shuffle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
-    for (int i = 0; i < 700; ++i) full_history += std::string(shuffle[i % 4]) + "\n";
+    const std::string full_history = repeat(175, "g1f3\ng8f6\nf3g1\nf6g8\n");
     const std::string e4 = "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3\n";
     const std::string e5 = "rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR w KQkq e6\n";
     const std::string nf3 = "rnbqkbnr/pppp1ppp/8/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R b KQkq -\n";
@@ -118,8 +116,7 @@ TEST(ConsoleSearch, SearchesReportAndSelfPlayStopsWhenNoMoveIsLeft) {
     from = engine.output().size();
     engine.send("go\nbd");  // analysis of a position without moves ends at once
     ASSERT_GE(engine.wait_for("move= null", 20, from), 0);
-    engine.send("quit");
-    EXPECT_EQ(engine.wait_exit(10), 0);
+    EXPECT_EQ(engine.quit(), 0);
 }
 
 }  // namespace

@@ -72,8 +72,8 @@ public:
     const std::string& directory() const { return directory_; }
     const std::string& output() const { return output_; }
 
-    void send(const std::string& text) {
-        std::string line = text + "\n";
+    void send(const std::string& text, const char* end = "\n") {
+        const std::string line = text + end;
         for (std::size_t done = 0; to_child_ >= 0 && done < line.size();) {
             ssize_t n = write(to_child_, line.data() + done, line.size() - done);
             if (n <= 0) return;
@@ -116,6 +116,12 @@ public:
         }
         drain(0.05);
         return status_ >= 0 ? status_ : -1;
+    }
+
+    // Sends "quit"; the exit status as wait_exit gives it.
+    int quit(double timeout = 10) {
+        send("quit");
+        return wait_exit(timeout);
     }
 
     std::string read_file(const std::string& name) const { return vorn::read_file(directory_ + "/" + name); }

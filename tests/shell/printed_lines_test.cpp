@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "board/attacks.h"
 #include "board/legal_line.h"
 #include "shell/game_position.h"
+#include "tests/fen_board.h"
 #include "tests/shell/engine_process.h"
 
 namespace vorn {
@@ -21,14 +21,11 @@ namespace {
 
 // How many of the words can be played in turn from the position.
 std::size_t playable(const char* fen, const std::vector<std::string>& words) {
-    auto history = std::make_unique<BoardHistory>();
-    Position pos{};
-    pos.owner = history.get();
-    parse_fen(pos, fen);
+    FenBoard board(fen);
     std::vector<uint16_t> moves;
     for (const std::string& word : words) moves.push_back(read_coordinate_move(word.c_str()));
     moves.push_back(0);
-    return std::size_t(legal_line_length(pos, moves.data(), int(words.size())));
+    return std::size_t(legal_line_length(board.pos, moves.data(), int(words.size())));
 }
 
 }  // namespace
@@ -46,12 +43,7 @@ TEST(PrintedLines, EveryPvAndPonderMoveIsLegal) {
         std::vector<std::string> played(game.begin(), game.begin() + static_cast<long>(plies));
         std::string position = std::string("position fen ") + start + " moves";
         for (const std::string& m : played) position += " " + m;
-        const std::size_t from = engine.output().size();
-        engine.send(position + "\ngo depth 8");
-        ASSERT_GE(engine.wait_for("bestmove", 30, from), 0) << engine.output().substr(from);
-        engine.wait_for("\n", 5, engine.output().find("bestmove", from));
-
-        std::istringstream out(engine.output().substr(from));
+        std::istringstream out(search(engine, position + "\ngo depth 8"));
         for (std::string text; std::getline(out, text);) {
             std::istringstream words(text);
             std::vector<std::string> line = played;
@@ -72,8 +64,7 @@ TEST(PrintedLines, EveryPvAndPonderMoveIsLegal) {
         }
     }
     EXPECT_GT(lines_checked, 2 * game.size());
-    engine.send("quit");
-    EXPECT_EQ(engine.wait_exit(10), 0);
+    EXPECT_EQ(engine.quit(), 0);
 }
 
 }  // namespace vorn

@@ -33,8 +33,7 @@ void expect_ready(EngineProcess& engine) {
 TEST(Startup, TheLogIsRecreatedAndHoldsTheEchoedCommands) {
     EngineProcess engine;
     expect_ready(engine);
-    engine.send("quit");
-    EXPECT_EQ(engine.wait_exit(10), 0);
+    EXPECT_EQ(engine.quit(), 0);
     EXPECT_EQ(engine.output(), "CMD: isready\nreadyok\nCMD: quit\n");
     EXPECT_EQ(engine.read_file("vorn.log"), engine.output());
 

@@ -20,8 +20,7 @@ protected:
         ASSERT_GE(engine.wait_for("uciok\n", 10), 0) << engine.output();
     }
     void TearDown() override {
-        engine.send("quit");
-        EXPECT_EQ(engine.wait_exit(10), 0);
+        EXPECT_EQ(engine.quit(), 0);
     }
 
     // Sends the lines and "isready"; returns what came before "readyok".
@@ -107,8 +106,7 @@ TEST(UciHash, ASizeThatCannotBeHadKeepsTheTableInUse) {
     ASSERT_EQ(setrlimit(RLIMIT_AS, &saved), 0);
     const std::string out = search(engine, "setoption name Hash value 4000\nposition startpos\ngo depth 4");
     EXPECT_EQ(count_of(out, "\ninfo string Hash size 4000M bytes cannot be allocated; keeping 16M bytes\n"), 1) << out;
-    engine.send("quit");
-    EXPECT_EQ(engine.wait_exit(10), 0);
+    EXPECT_EQ(engine.quit(), 0);
 }
 
 // Searches in one session, in order, so that limits and options carry over:
@@ -121,14 +119,10 @@ TEST_F(Uci, PositionsAndGoLimits) {
     // return ends the line. Then knight moves only, beyond the fifty-move rule.
     const std::string pawns = "a2a3\ta7a6\ta3a4\ta6a5\tb2b3\tb7b6\tb3b4\tb6b5\tc2c3\tc7c6\tc3c4\tc6c5\t"
                               "d2d3\td7d6\td3d4\td6d5\te2e3\te7e6\te3e4\te6e5\th2h3\th7h6\th3h4\th6h5";
-    const char* shuffle[] = {"\tg1f3", "\tg8f6", "\tf3g1", "\tf6g8"};
-    std::string long_game, knights_only;
-    for (int round = 0; round < 12; ++round) {
-        long_game.append("\t").append(pawns, 10 * round, 9);
-        for (int i = 0; i < 68; ++i) long_game += shuffle[i % 4];
-    }
-    long_game += shuffle[0];
-    for (int i = 0; i < 760; ++i) knights_only += shuffle[i % 4];
+    const std::string shuffle = "\tg1f3\tg8f6\tf3g1\tf6g8", knights_only = repeat(190, shuffle);
+    std::string long_game;
+    for (int round = 0; round < 12; ++round) long_game.append("\t").append(pawns, 10 * round, 9) += repeat(17, shuffle);
+    long_game += "\tg1f3";
     const struct {
         std::string lines;
         std::vector<std::string> shown, absent;
@@ -239,17 +233,9 @@ TEST_F(Uci, PonderMissAnswersBothSearches) {
 }
 
 TEST_F(Uci, JunkIsSurvived) {
-    // A line longer than the reader keeps is dropped whole, with one line.
-    const std::string reply =
-        exchange(std::string(300000, 'z') +
-                     "\ngo wtime abc btime -5 movestogo -3 depth -1\nstop\nposition\nposition fen\n"
-                     "position fen ///// z\nposition startpos moves zz e2e4\nsetoption name Threads value\n"
-                     "\x01\x02\x7f\xff\n@@@\n\r\n   ",
-                 20);
-    EXPECT_EQ(reply.find("info string input line longer than 262143 bytes ignored\n"),
-              reply.rfind("info string input line longer"))
-        << reply;
-    EXPECT_NE(reply.find("info string input line longer"), std::string::npos) << reply;
+    exchange("go wtime abc btime -5 movestogo -3 depth -1\nstop\nposition\nposition fen\n"
+             "position fen ///// z\nposition startpos moves zz e2e4\nsetoption name Threads value\n"
+             "\x01\x02\x7f\xff\n@@@\n\r\n   ");
     // The junk "go" was stopped, so it still owes its "bestmove".
     EXPECT_GE(engine.wait_for("bestmove", 10), 0) << engine.output();
     EXPECT_NE(search("position startpos\ngo depth 2").find("bestmove "), std::string::npos);
@@ -257,6 +243,25 @@ TEST_F(Uci, JunkIsSurvived) {
     std::string out = search("position fen 8/8/8/8/8/8/8/8 w - -\ngo depth 2");
     EXPECT_NE(out.find("info string not searching"), std::string::npos) << out;
     EXPECT_NE(out.find("bestmove null"), std::string::npos) << out;
+}
+
+// Commands are taken however they arrive: a line waits for its end; CR, CR
+// LF, LF and '@' end lines, empty ones are skipped; a line of the longest
+// length is kept and a longer one dropped; a burst loses nothing; the last
+// line needs no end.
+TEST(UciInput, LinesWhateverTheirEndsAndPace) {
+    EngineProcess engine({"-nolog"});
+    engine.send("uci\nisready\nisr", "");
+    ASSERT_GE(engine.wait_for("readyok\n", 10), 0);
+    engine.drain(0.2);
+    EXPECT_EQ(count_of(engine.output(), "readyok"), 1);  // "isr" is not a line yet
+    std::string rest = "eady\r\n\n\r\n   \nisready@isready@@isready\risready\r\r\n";
+    rest += std::string(262143 - 7, ' ') + "isready\n" + std::string(262144 - 7, ' ') + "isready\n";
+    engine.send(rest + repeat(3000, "isready\n") + "isready", "");
+    engine.close_input();
+    EXPECT_EQ(engine.wait_exit(20), 0);
+    EXPECT_EQ(count_of(engine.output(), "readyok\n"), 3008);
+    EXPECT_EQ(count_of(engine.output(), "info string input line longer than 262143 bytes ignored\n"), 1);
 }
 
 // Piped scripts: once the input ends, every "go" still gets exactly one

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <string>
-#include <memory>
 
 #include "board/attacks.h"
 #include "board/perft.h"
@@ -41,11 +40,8 @@ class DeepPerft : public ::testing::TestWithParam<DeepCase> {};
 TEST_P(DeepPerft, MatchesOracle) {
     init_attack_tables();
     init_hash_keys_tables();
-    auto history = std::make_unique<BoardHistory>();
-    Position pos{};
-    pos.owner = history.get();
-    parse_fen(pos, GetParam().fen);
-    EXPECT_EQ(perft(pos, pos.side_to_move, GetParam().depth), GetParam().nodes);
+    FenBoard board(GetParam().fen);
+    EXPECT_EQ(perft(board.pos, board.pos.side_to_move, GetParam().depth), GetParam().nodes);
 }
 
 INSTANTIATE_TEST_SUITE_P(Positions, DeepPerft, ::testing::ValuesIn(kDeepCases),

@@ -1,21 +1,12 @@
 // Damaged table files never crash the prober or make it read outside them.
 // (An empty file reported as damaged is the registry test's.)
 
-#include <fstream>
-#include <iterator>
-#include <vector>
-
 #include "tablebase/decode.h"
 #include "tests/tablebase/tb_fixture.h"
 
 namespace vorn {
 
 namespace {
-
-std::vector<uint8_t> read_whole(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
-}
 
 // Random changes, mostly in the headers where they steer the parser: the
 // file is either refused or every index decodes within its bounds. The
@@ -27,16 +18,16 @@ TEST(TbDamage, RandomlyChangedFilesNeverReadOutsideThem) {
     int refused = 0, decoded = 0;
     for (const std::string& material : shared_materials())
         for (const char* extension : {".rtbw", ".rtbz"}) {
-            const std::vector<uint8_t> sound = read_whole(kTableDir + "/" + material + extension);
+            const std::string sound = read_file(kTableDir + "/" + material + extension);
             if (sound.size() > 500000) continue;
             int counts[2][7];
             counts_of(material, counts);
             for (int round = 0; round < 12; round++) {
-                std::vector<uint8_t> bytes = sound;
+                std::string bytes = sound;
                 const int changes = 1 + int(rng() % 8);
                 for (int c = 0; c < changes; c++) {
                     const std::size_t span = round % 3 == 0 ? bytes.size() : std::min<std::size_t>(bytes.size(), 160);
-                    bytes[rng() % span] = uint8_t(rng());
+                    bytes[rng() % span] = char(rng());
                 }
                 if (round % 4 == 3) bytes.resize(rng() % bytes.size());
                 std::unique_ptr<uint8_t[]> heap(new uint8_t[bytes.size() + 1]);

@@ -65,8 +65,7 @@ TEST(TbEngine, PathFromTheSettingsFileAndUciForcesTheRootScoreAndMove) {
     EXPECT_EQ(plain.find("cp 9800"), std::string::npos);
     EXPECT_NE(plain.find("tbhits 0 "), std::string::npos);
 
-    engine.send("quit");
-    EXPECT_EQ(engine.wait_exit(10), 0);
+    EXPECT_EQ(engine.quit(), 0);
 }
 
 }  // namespace

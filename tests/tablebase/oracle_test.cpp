@@ -31,18 +31,24 @@ std::vector<OracleCase> load_cases() {
     return cases;
 }
 
-TbPosition mirrored_files(const TbPosition& p) {
-    auto mirror = [](Bitboard b) {
+// The placement with every square's number XORed with `flip`: 7 mirrors the
+// files; 56 turns the board upside down, and then colours and turn swap too.
+TbPosition flipped(const TbPosition& p, int flip) {
+    auto move = [flip](Bitboard b) {
         Bitboard out = 0;
-        for (; b; b &= b - 1) out |= square_bit(std::countr_zero(b) ^ 7);
+        for (; b; b &= b - 1) out |= square_bit(std::countr_zero(b) ^ flip);
         return out;
     };
     TbPosition m = p;
     for (Bitboard TbPosition::*field : {&TbPosition::white, &TbPosition::black, &TbPosition::kings,
                                         &TbPosition::queens, &TbPosition::rooks, &TbPosition::bishops,
                                         &TbPosition::knights, &TbPosition::pawns})
-        m.*field = mirror(p.*field);
-    m.ep = p.ep ? uint8_t(p.ep ^ 7) : 0;
+        m.*field = move(p.*field);
+    m.ep = p.ep ? uint8_t(p.ep ^ flip) : 0;
+    if (flip == 56) {
+        std::swap(m.white, m.black);
+        m.turn = uint8_t(m.turn ^ 1);
+    }
     return m;
 }
 
@@ -54,7 +60,7 @@ TEST(TbOracle, WdlAndDtzMatchOnEveryCaseAndItsMirrorImages) {
     for (const OracleCase& c : cases) {
         const TbPosition p = TbBoard(c.fen).tb();
         en_passant += p.ep != 0;
-        for (const TbPosition& q : {p, colour_reversed(p), mirrored_files(p)}) {
+        for (const TbPosition& q : {p, flipped(p, 56), flipped(p, 7)}) {
             int ok_wdl, ok_dtz;
             const int wdl = probe_wdl(q, ok_wdl);
             const int dtz = probe_dtz(q, ok_dtz);

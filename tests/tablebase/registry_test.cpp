@@ -42,8 +42,9 @@ TEST(TbRegistry, PathListSearchesEachDirectoryAndEmptyPathsFindNothing) {
 
 // Every material of up to six pieces registered at once: the registry's
 // limits and hash buckets hold them all (an overflow ends the process).
-// Empty files are found but are damaged tables when probed.
-TEST(TbRegistry, EverySixPieceMaterialFitsAndDamagedFilesAreDropped) {
+// Empty files are found but are damaged tables when probed, and a file gone
+// since is missing: each said once, and the table dropped.
+TEST(TbRegistry, EverySixPieceMaterialFitsAndBadFilesAreDropped) {
     ScratchDirectory dir;
     // A side besides its king as counts of Q, R, B, N, P; the stronger side
     // has more pieces or, on equal counts, is ahead at the first difference.
@@ -69,24 +70,12 @@ TEST(TbRegistry, EverySixPieceMaterialFitsAndDamagedFilesAreDropped) {
     EXPECT_EQ(init_path(dir.path), "info string found 510 tablebases\n");
     EXPECT_EQ(tb_largest, 6);
 
-    const TbBoard six("8/8/3k4/8/8/2R5/8/RR2K2R w - -");
+    const TbBoard six("8/8/3k4/8/8/2R5/8/RR2K2R w - -"), kqk("8/8/8/8/8/2k5/8/Q3K3 w - -");
     EXPECT_EQ(tb_probe_wdl(six.pos, SyzygyProbeDepth6 - 1), -1);  // below the 6-piece depth
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(tb_probe_wdl(six.pos, 50), -1);
-    EXPECT_EQ(tb_probe_wdl(six.pos, 50), -1);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Corrupted table.\n");
-}
-
-TEST(TbRegistry, VanishedTableIsReportedOnceAndDropped) {
-    ScratchDirectory dir;
-    copy_table(dir.path, "KQvK.rtbw");
-    init_path(dir.path);
     std::remove((dir.path + "/KQvK.rtbw").c_str());
-    const TbBoard kqk("8/8/8/8/8/2k5/8/Q3K3 w - -");
     testing::internal::CaptureStderr();
-    EXPECT_EQ(tb_probe_wdl(kqk.pos, 10), -1);
-    EXPECT_EQ(tb_probe_wdl(kqk.pos, 10), -1);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Could not find KQvK.rtbw\n");
+    for (const TbBoard* board : {&six, &six, &kqk, &kqk}) EXPECT_EQ(tb_probe_wdl(board->pos, 50), -1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Corrupted table.\nCould not find KQvK.rtbw\n");
 }
 
 TEST(TbRegistry, SearchProbeGates) {

@@ -36,19 +36,6 @@ TbPosition random_position(const std::string& material, std::mt19937& rng) {
     }
 }
 
-TbPosition colour_reversed(const TbPosition& p) {
-    auto turn = [](Bitboard b) { return __builtin_bswap64(b); };
-    TbPosition r = p;
-    r.white = turn(p.black);
-    r.black = turn(p.white);
-    for (Bitboard TbPosition::*field : {&TbPosition::kings, &TbPosition::queens, &TbPosition::rooks,
-                                        &TbPosition::bishops, &TbPosition::knights, &TbPosition::pawns})
-        r.*field = turn(p.*field);
-    r.ep = p.ep ? uint8_t(p.ep ^ 56) : 0;
-    r.turn = uint8_t(p.turn ^ 1);
-    return r;
-}
-
 std::vector<std::string> shared_materials() {
     std::vector<std::string> materials;
     if (DIR* dir = opendir(kTableDir.c_str())) {

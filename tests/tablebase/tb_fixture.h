@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "board/position.h"
 #include "tablebase/probe.h"
 #include "tablebase/tb_position.h"
+#include "tests/fen_board.h"
 #include "tests/scratch_directory.h"
 
 namespace vorn {
@@ -43,19 +43,12 @@ inline void use_shared_tables() {
     if (registered_path() != kTableDir) init_path(kTableDir);
 }
 
-// Copies a shared table file into another directory.
 inline void copy_table(const std::string& directory, const std::string& name) {
     write_file(directory + "/" + name, read_file(kTableDir + "/" + name));
 }
 
-struct TbBoard {
-    std::unique_ptr<BoardHistory> history = std::make_unique<BoardHistory>();
-    Position pos{};
-    explicit TbBoard(const std::string& fen, int fifty = 0) {
-        pos.owner = history.get();
-        parse_fen(pos, fen.c_str());
-        pos.fifty_count = uint8_t(fifty);
-    }
+struct TbBoard : FenBoard {
+    explicit TbBoard(const std::string& fen, int fifty = 0) : FenBoard(fen.c_str()) { pos.fifty_count = uint8_t(fifty); }
     TbPosition tb() const { return tb_position_from(pos, pos.fifty_count); }
 };
 
@@ -67,9 +60,6 @@ inline std::string coordinates(Move m) {
 // A random legal placement of a material named like "KRPvKR", with colours
 // and side to move at random.
 TbPosition random_position(const std::string& material, std::mt19937& rng);
-
-// The placement with colours exchanged and the board turned upside down.
-TbPosition colour_reversed(const TbPosition& p);
 
 // Materials of the shared tables ("KRPvKR", ...), in name order.
 std::vector<std::string> shared_materials();

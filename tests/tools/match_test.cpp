@@ -170,21 +170,17 @@ TEST_F(MatchProcess, FastGamesReplayLegallyAndAQuitLeavesWholeGames) {
     EXPECT_EQ(read_file("test1.rc"), player1);
     EngineProcess bookless({"-nolog", "-d", "1", "-match", "games.pgn"}, scratch_.path);
     EXPECT_GT(bookless.wait_for("Starting match...\nno book: every game repeats its opening for each colour\n", 30), 0);
-    bookless.send("quit");
-    ASSERT_EQ(bookless.wait_exit(60), 0);
+    ASSERT_EQ(bookless.quit(60), 0);
 
     // A book of one line, drawn in 20 games: a candidate at every ply.
-    std::string book_games;
-    for (int i = 0; i < 20; ++i)
-        book_games += "[Result \"1/2-1/2\"]\n1. e4 e5 2. Nf3 Nc6 3. Bb5 a6 4. Ba4 Nf6 5. O-O Be7 6. Re1 b5 7. Bb3 d6\n";
-    write_file("book.pgn", book_games);
+    write_file("book.pgn", repeat(20, "[Result \"1/2-1/2\"]\n1. e4 e5 2. Nf3 Nc6 3. Bb5 a6 4. Ba4 Nf6 5. O-O Be7 "
+                                      "6. Re1 b5 7. Bb3 d6\n"));
     printed_by(build_book);
     ASSERT_EQ(std::rename("book.opn", "vorn.opn"), 0);
 
     EngineProcess engine({"-nolog", "-d", "2", "-match", "games.pgn"}, scratch_.path);
     ASSERT_GT(engine.wait_for("   3 games,", 120), 0) << engine.output();
-    engine.send("quit");
-    ASSERT_EQ(engine.wait_exit(60), 0);
+    ASSERT_EQ(engine.quit(60), 0);
     EXPECT_NE(engine.output().find("loaded parameters from test1.rc\n\nStarting match...\n   1 games,"), std::string::npos)
         << engine.output().substr(0, 300);
     const std::string games = read_file("games.pgn");

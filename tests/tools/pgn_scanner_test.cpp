@@ -51,7 +51,6 @@ std::vector<std::string> lines_of(const std::string& text) {
     return lines;
 }
 
-// The "bm" moves of the records, in order.
 std::vector<std::string> best_moves(const std::string& epd) {
     static const std::regex bm(" bm ([^;]*);");
     std::vector<std::string> moves;
@@ -61,7 +60,6 @@ std::vector<std::string> best_moves(const std::string& epd) {
 
 class PgnScanner : public ToolTest {
 protected:
-    // Scans "games.pgn" and returns what the scanner printed.
     static std::string scan(const std::string& pgn, int mode) {
         write_file("games.pgn", pgn);
         return printed_by([mode] { scan_pgn("games.pgn", mode); });
@@ -159,9 +157,7 @@ TEST_F(PgnScanner, EpdModesWriteRecordsTheRunnerAndTheTunerTake) {
 TEST_F(PgnScanner, BrokenFilesNeverCrash) {
     std::string junk;
     for (int i = 0; i < 3000; ++i) junk += static_cast<char>((i * 37 + 11) % 255 + 1);
-    std::string shuffle;  // knights out and back: legal for ever
-    const char* knights[] = {"Nf3", "Nf6", "Ng1", "Ng8"};
-    for (int i = 0; i < 1000; ++i) shuffle += std::string(knights[i % 4]) + " ";
+    const std::string shuffle = repeat(250, "Nf3 Nf6 Ng1 Ng8 ");  // knights out and back: legal for ever
     std::string one_line = "[Event \"x\"]\n" + std::string(9000, ' ');  // movetext of 10,000 characters
     for (const std::string& move : kOperaGame) one_line += move + " ";
 
