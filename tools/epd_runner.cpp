@@ -111,6 +111,16 @@ double search_record(double& nodes_since_input) {
     return elapsed_now();
 }
 
+// A record's share of the prediction error at `score`, the static score of
+// its side to move; false when the record does not count (a score beyond
+// the limit, or no label worth fitting).
+bool prediction_error(const char* line, int side_to_move, int score, double& error) {
+    TuningLabel label;
+    if (std::abs(score) > kTuningScoreLimit || !epd_tuning_label(line, side_to_move, label)) return false;
+    error = std::fabs(win_probability(score) - label.target());
+    return true;
+}
+
 // The tuner's measure (a quiet run at depth 0) needs the static evaluation
 // of each record and no search: the records are read in batches and
 // evaluated on every core, each thread with an evaluation state of its own
@@ -173,10 +183,8 @@ private:
         if (unsearchable_reason(pos)) return kUnsearchable;
         const int score =
             int16_t(evaluate(pos, w.state, w.out, 1, in_check(pos, pos.side_to_move)));
-        TuningLabel label;
-        if (std::abs(score) > kTuningScoreLimit || !epd_tuning_label(line, pos.side_to_move, label))
-            return kNotCounted;
-        return std::fabs(win_probability(score) - label.target());
+        double error;
+        return prediction_error(line, pos.side_to_move, score, error) ? error : kNotCounted;
     }
 
     std::vector<std::unique_ptr<Worker>> workers_;
@@ -365,12 +373,10 @@ EpdRunTotals run_epd_totals(uint32_t selector) {
 
         // Prediction error: quiet positions only (the search score is the
         // static one), with a label worth fitting.
-        TuningLabel label;
-        if (std::abs(score) > kTuningScoreLimit || score != static_eval ||
-            !epd_tuning_label(line, pos.side_to_move, label))
-            continue;
+        double error;
+        if (score != static_eval || !prediction_error(line, pos.side_to_move, score, error)) continue;
         ++totals.error_count;
-        totals.error_sum += std::fabs(win_probability(score) - label.target());
+        totals.error_sum += error;
     }
 
     // A quit leaves the records not reached unsolved as well.
