@@ -12,6 +12,28 @@ namespace vorn {
 
 namespace {
 
+// The highest-scored entry of [entry, end); the earliest wins ties.
+MoveEntry* best_entry(MoveEntry* entry, const MoveEntry* end) {
+    MoveEntry* best = entry;
+    int best_score = entry->score;
+    // Two entries a step: this scan is the picker's inner loop.
+    MoveEntry* e = entry + 1;
+    for (; e + 1 < end; e += 2) {
+        if (e[0].score > best_score) best = e, best_score = e[0].score;
+        if (e[1].score > best_score) best = e + 1, best_score = e[1].score;
+    }
+    if (e < end && e->score > best_score) best = e;
+    return best;
+}
+
+void bring_to_front(MoveEntry* front, MoveEntry* best) {
+    if (best != front) {
+        MoveEntry t = *front;
+        *front = *best;
+        *best = t;
+    }
+}
+
 // Capture and promotion scores: a capture that passes the exchange test
 // scores victim - attacker (a queen promotion at least 199), a losing capture
 // its victim's type + 8 and an under-promotion 8, both + 7 on a recapture.
@@ -39,21 +61,36 @@ uint16_t counter_move_for(const ThreadData& td, const Position& pos) {
     return td.counter_moves[pos.board[to]][to];
 }
 
-// Captures and promotions of the picker's capture stage.
-void score_captures(Position& pos, MoveEntry* begin, MoveEntry* end, Move last_move) {
+// Captures and promotions of the picker's capture stage. Every capture is
+// scored as if it passed the exchange test; the test itself waits until the
+// capture is about to be tried (see next_good_capture), since a cut-off
+// usually comes before most of them are.
+void score_captures(MoveEntry* begin, MoveEntry* end, Move last_move) {
     int last_to = last_move ? move_to(last_move) : -1;
     for (MoveEntry* e = begin; e != end; e++) {
         Move m = e->move;
         int score;
-        if (m & (kPromoteKnight | kPromoteBishop | kPromoteRook)) {
+        if (m & (kPromoteKnight | kPromoteBishop | kPromoteRook))
             score = 8;
-        } else if (capture_not_losing(pos, m)) {
+        else
             score = kVictimValue[piece_type(e->victim)] - kAttackerValue[piece_type(e->mover)];
-        } else {
-            score = piece_type(e->victim) + 8;
-        }
         if (move_to(m) == last_to) score += 7;
         e->score = static_cast<int16_t>(score);
+    }
+}
+
+// The best capture from `next` on that passes the exchange test, or null
+// when none is left above the good-capture line. A capture that fails drops
+// to its losing score where it stands, so the list ends up ordered and
+// arranged exactly as if every capture had been tested up front.
+MoveEntry* next_good_capture(Position& pos, MoveEntry* next, const MoveEntry* end) {
+    for (;;) {
+        MoveEntry* best = best_entry(next, end);
+        if (best->score <= kGoodCaptureThreshold) return nullptr;
+        if (capture_not_losing(pos, best->move)) return best;
+        const int victim = piece_type(best->victim);
+        best->score = static_cast<int16_t>(best->score - kVictimValue[victim] +
+                                           kAttackerValue[piece_type(best->mover)] + victim + 8);
     }
 }
 
@@ -79,20 +116,7 @@ void score_quiets(const ThreadData& td, const Position& pos, const SearchStackEn
 }  // namespace
 
 void pick_best(MoveEntry* entry, const MoveEntry* end) {
-    MoveEntry* best = entry;
-    int best_score = entry->score;
-    // Two entries a step: this scan is the picker's inner loop.
-    MoveEntry* e = entry + 1;
-    for (; e + 1 < end; e += 2) {
-        if (e[0].score > best_score) best = e, best_score = e[0].score;
-        if (e[1].score > best_score) best = e + 1, best_score = e[1].score;
-    }
-    if (e < end && e->score > best_score) best = e;
-    if (best != entry) {
-        MoveEntry t = *entry;
-        *entry = *best;
-        *best = t;
-    }
+    bring_to_front(entry, best_entry(entry, end));
 }
 
 void pick_best(MoveEntry* entry) {
@@ -125,7 +149,7 @@ MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check) {
                 end = gen_piece_captures(pos, side, end);
                 end = gen_promotions(pos, side, end);
                 end_move_list(td, ply, end);
-                score_captures(pos, ss.move_list, end, td.last_move);
+                score_captures(ss.move_list, end, td.last_move);
                 ss.next = ss.move_list;
                 ss.stage = STAGE_GOOD_CAPTURES;
                 break;
@@ -135,11 +159,16 @@ MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check) {
                     ss.stage = STAGE_GEN_QUIETS;
                     break;
                 }
-                pick_best(ss.next, ss.list_end);
-                if (ss.next->score <= kGoodCaptureThreshold) {
-                    ss.stage = STAGE_GEN_QUIETS;  // the losing captures wait among the quiet moves
+                MoveEntry* best = next_good_capture(pos, ss.next, ss.list_end);
+                if (!best) {
+                    // The losing captures wait among the quiet moves, the
+                    // best of them in front (the later stages' order starts
+                    // from this arrangement).
+                    pick_best(ss.next, ss.list_end);
+                    ss.stage = STAGE_GEN_QUIETS;
                     break;
                 }
+                bring_to_front(ss.next, best);
                 MoveEntry* e = ss.next++;
                 if (repeats_hash_move(ss, e)) break;
                 return e;

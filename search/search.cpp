@@ -434,7 +434,9 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
         // Late-move pruning: after LMP_count moves per ply of depth have failed,
         // a quiet move that neither threatens something (or is ordered as a
         // killer or counter move, above 39) nor keeps its material is skipped.
-        int cnl = -1;  // capture_not_losing, computed when first needed
+        // capture_not_losing, computed when first needed; a move handed out
+        // by the good-capture stage has passed it already.
+        int cnl = ss.stage == STAGE_GOOD_CAPTURES ? 1 : -1;
         auto not_losing = [&]() {
             if (cnl < 0) cnl = capture_not_losing(pos, m) ? 1 : 0;
             return cnl == 1;
