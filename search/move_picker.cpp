@@ -63,7 +63,7 @@ uint16_t counter_move_for(const ThreadData& td, const Position& pos) {
 
 // Captures and promotions of the picker's capture stage. Every capture is
 // scored as if it passed the exchange test; the test itself waits until the
-// capture is about to be tried (see next_good_capture), since a cut-off
+// capture is about to be tried (see pick_best_capture), since a cut-off
 // usually comes before most of them are.
 void score_captures(MoveEntry* begin, MoveEntry* end, Move last_move) {
     int last_to = last_move ? move_to(last_move) : -1;
@@ -73,24 +73,27 @@ void score_captures(MoveEntry* begin, MoveEntry* end, Move last_move) {
         if (m & (kPromoteKnight | kPromoteBishop | kPromoteRook))
             score = 8;
         else
-            score = kVictimValue[piece_type(e->victim)] - kAttackerValue[piece_type(e->mover)];
+            score = capture_order(*e);
         if (move_to(m) == last_to) score += 7;
         e->score = static_cast<int16_t>(score);
     }
 }
 
-// The best capture from `next` on that passes the exchange test, or null
-// when none is left above the good-capture line. A capture that fails drops
-// to its losing score where it stands, so the list ends up ordered and
+// Brings the best capture from `next` on that passes the exchange test to
+// `next`; when none is left above the good-capture line, the best of the rest
+// comes there instead, as the plain scan would bring it. A capture that fails
+// drops to its losing score where it stands, so the list ends up ordered and
 // arranged exactly as if every capture had been tested up front.
-MoveEntry* next_good_capture(Position& pos, MoveEntry* next, const MoveEntry* end) {
+void pick_best_capture(Position& pos, MoveEntry* next, const MoveEntry* end) {
     for (;;) {
         MoveEntry* best = best_entry(next, end);
-        if (best->score <= kGoodCaptureThreshold) return nullptr;
-        if (capture_not_losing(pos, best->move)) return best;
-        const int victim = piece_type(best->victim);
-        best->score = static_cast<int16_t>(best->score - kVictimValue[victim] +
-                                           kAttackerValue[piece_type(best->mover)] + victim + 8);
+        if (best->score <= kGoodCaptureThreshold || capture_not_losing(pos, best->move)) {
+            bring_to_front(next, best);
+            return;
+        }
+        // The losing score keeps the recapture bonus the order score had.
+        best->score =
+            static_cast<int16_t>(best->score - capture_order(*best) + piece_type(best->victim) + 8);
     }
 }
 
@@ -159,16 +162,11 @@ MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check) {
                     ss.stage = STAGE_GEN_QUIETS;
                     break;
                 }
-                MoveEntry* best = next_good_capture(pos, ss.next, ss.list_end);
-                if (!best) {
-                    // The losing captures wait among the quiet moves, the
-                    // best of them in front (the later stages' order starts
-                    // from this arrangement).
-                    pick_best(ss.next, ss.list_end);
-                    ss.stage = STAGE_GEN_QUIETS;
+                pick_best_capture(pos, ss.next, ss.list_end);
+                if (ss.next->score <= kGoodCaptureThreshold) {
+                    ss.stage = STAGE_GEN_QUIETS;  // the losing captures wait among the quiet moves
                     break;
                 }
-                bring_to_front(ss.next, best);
                 MoveEntry* e = ss.next++;
                 if (repeats_hash_move(ss, e)) break;
                 return e;
@@ -218,7 +216,7 @@ void score_moves(ThreadData& td, const Position& pos, MoveEntry* list) {
         if (m == ss.hash_move) {
             score = 255;
         } else if (e->victim) {
-            score = kVictimValue[piece_type(e->victim)] - kAttackerValue[piece_type(e->mover)];
+            score = capture_order(*e);
         } else if (m & kPromoteQueen) {
             score = 200 - kAttackerValue[piece_type(e->mover)];
         } else {

@@ -18,6 +18,12 @@ struct ThreadData;
 inline constexpr int16_t kVictimValue[7] = {200, 210, 220, 220, 230, 240, 250};
 inline constexpr int16_t kAttackerValue[7] = {0, 1, 2, 3, 4, 5, 6};
 
+// Ordering value of a capture (or queen promotion) that keeps its material:
+// the most valuable victim first, the least valuable attacker among equals.
+inline int capture_order(const MoveEntry& e) {
+    return kVictimValue[piece_type(e.victim)] - kAttackerValue[piece_type(e.mover)];
+}
+
 // Next move of the node at `ply` (whose stack entry keeps the stage), or
 // null when exhausted: the hash move, the captures that pass the exchange
 // test best first, then the quiet moves and the losing captures together

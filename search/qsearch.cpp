@@ -86,7 +86,7 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
     Move last = td.last_move;
     int last_to = last ? move_to(last) : -1;
     for (MoveEntry* q = list; q != end; q++) {
-        int score = kVictimValue[piece_type(q->victim)] - kAttackerValue[piece_type(q->mover)];
+        int score = capture_order(*q);
         if (move_to(q->move) == last_to) score += 7;
         q->score = static_cast<int16_t>(score);
     }
