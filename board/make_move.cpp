@@ -356,17 +356,40 @@ inline Bitboard needing_full_test(const Position& pos, int side, int king, Bitbo
     return needs_test;
 }
 
+// Squares where a move other than the king's must land to answer the check
+// on `king`: each checker or a square between it and the king. In a double
+// check no square answers both.
+Bitboard evasion_squares(const Position& pos, int side, int king, Bitboard occupancy) {
+    const Bitboard* e = pos.pieces[side ^ 1];
+    Bitboard evasions = ~Bitboard(0);
+    for (Bitboard b = (e[kPawn] & pawn_attacks[side][king]) | (e[kKnight] & knight_attacks[king]) |
+                      (e[kKing] & king_attacks[king]);
+         b; b &= b - 1)
+        evasions &= b & -b;
+    Bitboard sliders = ((e[kBishop] | e[kQueen]) & diagonal_mask[king]) |
+                       ((e[kRook] | e[kQueen]) & orthogonal_mask[king]);
+    for (; sliders; sliders &= sliders - 1) {
+        const int checker = lowest_square(sliders);
+        if (!(between[checker][king] & occupancy)) evasions &= between[checker][king] | square_bit(checker);
+    }
+    return evasions;
+}
+
 }  // namespace
 
 LegalityShortcut legality_shortcut(const Position& pos, int side) {
     int king = pos.piece_list[side][kKing][0];
-    Bitboard occupancy = pos.pieces[0][0] | pos.pieces[1][0];
-    return {needing_full_test(pos, side, king, occupancy), attacked_with(pos, king, side ^ 1, occupancy, 0)};
+    return legality_shortcut(pos, side,
+                             attacked_with(pos, king, side ^ 1, pos.pieces[0][0] | pos.pieces[1][0], 0));
 }
 
 LegalityShortcut legality_shortcut(const Position& pos, int side, bool side_in_check) {
     int king = pos.piece_list[side][kKing][0];
-    return {needing_full_test(pos, side, king, pos.pieces[0][0] | pos.pieces[1][0]), side_in_check};
+    Bitboard occupancy = pos.pieces[0][0] | pos.pieces[1][0];
+    // In check every move that may answer it takes the full test anyway, so
+    // the pins are not looked for.
+    if (side_in_check) return {pos.pieces[side][kKing], true, evasion_squares(pos, side, king, occupancy)};
+    return {needing_full_test(pos, side, king, occupancy), false, ~Bitboard(0)};
 }
 
 }  // namespace vorn

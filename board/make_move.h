@@ -28,10 +28,13 @@ bool is_legal(const Position& pos, int side, Move move);
 
 // What the legality test of one position can decide once for all its moves:
 // with the king not in check, a move by a piece that is neither the king nor
-// pinned, and not an en-passant capture, cannot expose the king.
+// pinned, and not an en-passant capture, cannot expose the king. In check,
+// such a move that neither takes the checker nor steps between it and the
+// king leaves the check standing.
 struct LegalityShortcut {
     Bitboard needs_test;  // from-squares whose moves need the full test
-    bool in_check;        // then every move needs it
+    bool in_check;        // then every other move needs it too, unless it misses evasions
+    Bitboard evasions;    // in check: the squares such a move must reach
 };
 
 LegalityShortcut legality_shortcut(const Position& pos, int side);
@@ -40,22 +43,23 @@ LegalityShortcut legality_shortcut(const Position& pos, int side, bool side_in_c
 
 // Same answer as is_legal for the side the shortcut was made for.
 inline bool is_legal_with(const Position& pos, int side, const LegalityShortcut& shortcut, Move move) {
-    int from = move_from(move);
-    if (!shortcut.in_check && !(shortcut.needs_test & square_bit(from)) && move_to(move) != pos.ep_square)
-        return move != 0;
+    int from = move_from(move), to = move_to(move);
+    if (!(shortcut.needs_test & square_bit(from)) && to != pos.ep_square) {
+        if (!shortcut.in_check) return move != 0;
+        if (!(shortcut.evasions & square_bit(to))) return false;
+    }
     return is_legal(pos, side, move);
 }
 
 // The legality test of one search node's moves. The shortcut is made when the
-// first move is tested, so a node that stops before that pays nothing for it;
-// in check every move takes the full test anyway.
+// first move is tested, so a node that stops before that pays nothing for it.
 class NodeLegality {
 public:
     NodeLegality(const Position& pos, int side, bool side_in_check)
-        : pos_(pos), side_(side), shortcut_{0, side_in_check}, made_(side_in_check) {}
+        : pos_(pos), side_(side), in_check_(side_in_check) {}
     bool operator()(Move move) {
         if (!made_) {
-            shortcut_ = legality_shortcut(pos_, side_, false);
+            shortcut_ = legality_shortcut(pos_, side_, in_check_);
             made_ = true;
         }
         return is_legal_with(pos_, side_, shortcut_, move);
@@ -64,8 +68,9 @@ public:
 private:
     const Position& pos_;
     int side_;
-    LegalityShortcut shortcut_;
-    bool made_;
+    bool in_check_;
+    bool made_ = false;
+    LegalityShortcut shortcut_{};
 };
 
 // 0 no check, 1 the moved (or promoted) piece attacks the enemy king,
