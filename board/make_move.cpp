@@ -334,6 +334,29 @@ int gives_check(const Position& pos, int side, const MoveEntry& entry) {
     return 0;
 }
 
+CheckShortcut check_shortcut(const Position& pos, int side) {
+    CheckShortcut shortcut{};
+    const int enemy_king = pos.piece_list[side ^ 1][kKing][0];
+    if (enemy_king >= 64) return shortcut;
+    const Bitboard occupancy = pos.pieces[0][0] | pos.pieces[1][0];
+    const Bitboard* own = pos.pieces[side];
+    shortcut.squares[kPawn] = pawn_attacks[side ^ 1][enemy_king];
+    shortcut.squares[kKnight] = knight_attacks[enemy_king];
+    shortcut.squares[kBishop] = bishop_attacks(enemy_king, occupancy);
+    shortcut.squares[kRook] = rook_attacks(enemy_king, occupancy);
+    shortcut.squares[kQueen] = shortcut.squares[kBishop] | shortcut.squares[kRook];
+    Bitboard sliders = ((own[kBishop] | own[kQueen]) & diagonal_mask[enemy_king]) |
+                       ((own[kRook] | own[kQueen]) & orthogonal_mask[enemy_king]);
+    for (; sliders; sliders &= sliders - 1) {
+        const Bitboard line = between[enemy_king][lowest_square(sliders)] & occupancy;
+        // A king already in check (a position set up so) answers every move
+        // aligned with it; the full test sorts those out.
+        if (!line) return {{}, ~Bitboard(0)};
+        if (!(line & (line - 1))) shortcut.needs_test |= line & own[0];
+    }
+    return shortcut;
+}
+
 bool in_check(const Position& pos, int side) {
     return is_attacked(pos, pos.piece_list[side][kKing][0], side ^ 1);
 }

@@ -77,6 +77,50 @@ private:
 // 2 the move uncovers an attack by another piece.
 int gives_check(const Position& pos, int side, const MoveEntry& entry);
 
+// What the check test of one position can decide once for all its moves:
+// the squares from which each piece type attacks the enemy king (under the
+// occupancy before the move, as gives_check sees it), and the own pieces that
+// alone stand between that king and an own slider. Only a move of one of
+// those, or castling written as the king taking its rook, needs the full test.
+struct CheckShortcut {
+    Bitboard squares[7];    // by piece type
+    Bitboard needs_test;    // from-squares whose moves need the full test
+};
+
+CheckShortcut check_shortcut(const Position& pos, int side);
+
+// Same answer as gives_check for the side the shortcut was made for.
+inline int gives_check_with(const Position& pos, int side, const CheckShortcut& shortcut,
+                            const MoveEntry& entry) {
+    const Move move = entry.move;
+    const int type = is_promotion(move) ? promotion_type(move) : piece_type(entry.mover);
+    const Bitboard to_bit = square_bit(move_to(move));
+    if (shortcut.squares[type] & to_bit) return 1;
+    if ((shortcut.needs_test & square_bit(move_from(move))) || (pos.pieces[side][0] & to_bit))
+        return gives_check(pos, side, entry);
+    return 0;
+}
+
+// The check test of one search node's moves, its shortcut made when the
+// first move is tested.
+class NodeChecks {
+public:
+    NodeChecks(const Position& pos, int side) : pos_(pos), side_(side) {}
+    int operator()(const MoveEntry& entry) {
+        if (!made_) {
+            shortcut_ = check_shortcut(pos_, side_);
+            made_ = true;
+        }
+        return gives_check_with(pos_, side_, shortcut_, entry);
+    }
+
+private:
+    const Position& pos_;
+    int side_;
+    bool made_ = false;
+    CheckShortcut shortcut_{};
+};
+
 // True when the king of `side` is attacked.
 bool in_check(const Position& pos, int side);
 

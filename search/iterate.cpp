@@ -243,7 +243,7 @@ void root_search(ThreadData& td, int depth, int pv_index) {
         }
 
         e->score = static_cast<int16_t>(kRootUnsearched - searched);
-        int flags = root_in_check ? 0 : classify_move(pos, side, *e);
+        int flags = root_in_check ? 0 : classify_move(pos, side, *e, gives_check(pos, side, *e));
         root.move_flags = static_cast<int16_t>(flags);
         // Root reduction: a late quiet root move, once six have been searched
         // and the best holds within a third of a pawn of the last iteration,

@@ -131,15 +131,14 @@ bool drawn_by_rule(Position& pos) {
     return earlier_occurrences(pos, *pos.owner, 2) >= 2;
 }
 
-int classify_move(const Position& pos, int side, const MoveEntry& e) {
+int classify_move(const Position& pos, int side, const MoveEntry& e, int check) {
     Move m = e.move;
     int to = move_to(m);
     int type = piece_type(e.mover);
     int flags = 0;
     if (e.victim || (type == kPawn && to == pos.ep_square)) flags |= FLAG_CAPTURE;
-    int chk = gives_check(pos, side, e);
-    if (chk == 1) flags |= FLAG_CHECK;
-    if (chk == 2) flags |= FLAG_CHECK | FLAG_DISCOVERED;
+    if (check == 1) flags |= FLAG_CHECK;
+    if (check == 2) flags |= FLAG_CHECK | FLAG_DISCOVERED;
     if (type == kPawn) {
         int rr = relative_rank(side, to);
         if (rr == 6) flags |= FLAG_PAWN_SEVENTH;
@@ -421,12 +420,13 @@ int search_moves(Position& pos, int side, int ply, int depth, int alpha, int bet
     int depth_index = std::min(depth, 69);
     PrincipalVariation child_pv;
     NodeLegality legal(pos, side, in_check_now);
+    NodeChecks gives_check_here(pos, side);
 
     while (MoveEntry* e = next_move(td, pos, ply, in_check_now)) {
         Move m = e->move;
         if (!legal(m)) continue;
 
-        int flags = in_check_now ? 0 : classify_move(pos, side, *e);
+        int flags = in_check_now ? 0 : classify_move(pos, side, *e, gives_check_here(*e));
         int type = piece_type(e->mover);
         bool castling = type == kKing && (move_to(m) - move_from(m) == 2 || move_from(m) - move_to(m) == 2 ||
                                           (pos.pieces[side][0] & square_bit(move_to(m))));

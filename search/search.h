@@ -48,8 +48,9 @@ int qsearch(Position& pos, int side, int ply, int depth, int alpha, int beta, in
             PrincipalVariation& pv);
 
 // Move classification bits of a pseudo-legal move (capture, check,
-// discovered check, pawn to the seventh, queen promotion, free pawn).
-int classify_move(const Position& pos, int side, const MoveEntry& entry);
+// discovered check, pawn to the seventh, queen promotion, free pawn), given
+// gives_check's answer for it.
+int classify_move(const Position& pos, int side, const MoveEntry& entry, int check);
 
 // The value of a repetition draw for `side` after history_count moves.
 int faded_draw_value(int side, int history_count);

@@ -42,7 +42,7 @@ TEST_F(MakeMoveTest, StateAfterMovesAndNullMoves) {
 // Plays seeded random legal games, checking at every step that make/unmake
 // restores every field, that incremental keys match a recomputation, that
 // is_legal (and its per-position shortcut) agrees with making the move,
-// and gives_check with the result. Castling rights and their loss are the
+// and gives_check with the result (its shortcut with it everywhere). Castling rights and their loss are the
 // perft totals' to check.
 TEST_F(MakeMoveTest, RandomGamesRoundTrip) {
     const char* starts[] = {kStartFen, kKiwipeteFen, "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1",
@@ -66,9 +66,11 @@ TEST_F(MakeMoveTest, RandomGamesRoundTrip) {
                 int side = pos.side_to_move;
                 LegalityShortcut shortcut = legality_shortcut(pos, side);
                 NodeLegality node_legal(pos, side, in_check(pos, side));
+                NodeChecks node_checks(pos, side);
                 for (const MoveEntry* m = moves; m->move != kMoveListEnd; m++) {
                     ASSERT_EQ(is_legal_with(pos, side, shortcut, m->move), is_legal(pos, side, m->move));
                     ASSERT_EQ(node_legal(m->move), is_legal(pos, side, m->move));
+                    ASSERT_EQ(node_checks(*m), gives_check(pos, side, *m));
                     Position before = pos;
                     make_move(pos, m->move);
                     ASSERT_EQ(position_fault(pos), nullptr);
