@@ -18,58 +18,63 @@ inline int first_unblocked(Bitboard candidates, int to, Bitboard occupancy) {
     return kNoSquare;
 }
 
-// The least valuable piece of `side` attacking `to`, or 64. Pawns, knights
-// and the king come straight from their type bitboards (pieces already used
-// in the exchange have been taken out of those); sliders count only with a
-// clear line under `occupancy`, so pieces behind a used one join in.
-int least_valuable_attacker(const Position& pos, int side, int to, Bitboard occupancy) {
+// The least valuable piece of `side` attacking `to`, or 64, leaving out the
+// pieces on `used` (those already in the exchange). Sliders count only with
+// a clear line under `occupancy`, so pieces behind a used one join in.
+int least_valuable_attacker(const Position& pos, int side, int to, Bitboard occupancy, Bitboard used) {
     const Bitboard* p = pos.pieces[side];
-    if (Bitboard b = p[kPawn] & pawn_attacks[side ^ 1][to]) return lowest_square(b);
-    if (Bitboard b = p[kKnight] & knight_attacks[to]) return lowest_square(b);
-    int sq = first_unblocked(p[kBishop] & diagonal_mask[to], to, occupancy);
+    const Bitboard free = ~used;
+    if (Bitboard b = p[kPawn] & free & pawn_attacks[side ^ 1][to]) return lowest_square(b);
+    if (Bitboard b = p[kKnight] & free & knight_attacks[to]) return lowest_square(b);
+    int sq = first_unblocked(p[kBishop] & free & diagonal_mask[to], to, occupancy);
     if (sq != kNoSquare) return sq;
-    sq = first_unblocked(p[kRook] & orthogonal_mask[to], to, occupancy);
+    sq = first_unblocked(p[kRook] & free & orthogonal_mask[to], to, occupancy);
     if (sq != kNoSquare) return sq;
-    sq = first_unblocked(p[kQueen] & (diagonal_mask[to] | orthogonal_mask[to]), to, occupancy);
+    sq = first_unblocked(p[kQueen] & free & (diagonal_mask[to] | orthogonal_mask[to]), to, occupancy);
     if (sq != kNoSquare) return sq;
-    if (Bitboard b = p[kKing] & king_attacks[to]) return lowest_square(b);
+    if (Bitboard b = p[kKing] & free & king_attacks[to]) return lowest_square(b);
     return kNoSquare;
 }
 
-// Puts the piece on `from` onto `to` for the exchange: board and its type
-// bitboard only. Returns what stood on `to`.
-inline int play_capture(Position& pos, int from, int to) {
-    int victim = pos.board[to];
-    int code = pos.board[from];
-    pos.board[to] = uint8_t(code);
-    pos.board[from] = 0;
-    pos.pieces[piece_side(code)][piece_type(code)] ^= square_bit(from);
-    return victim;
-}
-
-inline void undo_capture(Position& pos, int from, int to, int victim) {
-    int code = pos.board[to];
-    pos.board[from] = uint8_t(code);
-    pos.board[to] = uint8_t(victim);
-    pos.pieces[piece_side(code)][piece_type(code)] ^= square_bit(from);
+// see() for a piece of type `victim` standing on `to` and the pieces on
+// `used` gone from the board (and from `occupancy`). The captures are
+// followed forward until a side has no attacker left or could take a king,
+// then valued backward: each side after the first may stop when going on
+// would lose.
+int exchange(const Position& pos, int side, int from, int to, int victim, Bitboard occupancy, Bitboard used,
+             bool may_stop) {
+    int gain[64];  // each capture takes a piece of its own off the board
+    int captures = 0, result = 0;
+    for (;;) {
+        if (from == kNoSquare) {
+            from = least_valuable_attacker(pos, side, to, occupancy, used);
+            if (from == kNoSquare) break;
+        }
+        if (victim == kKing) {
+            result = kKingExchangeValue;
+            break;
+        }
+        gain[captures++] = see_value[victim];
+        victim = piece_type(pos.board[from]);
+        used |= square_bit(from);
+        occupancy &= ~square_bit(from);
+        side ^= 1;
+        from = kNoSquare;
+    }
+    while (captures-- > 0) {
+        result = gain[captures] - result;
+        if (result < 0 && (captures > 0 || may_stop)) result = 0;
+    }
+    return result;
 }
 
 }  // namespace
 
-int see(Position& pos, int side, int from, int to, Bitboard occupancy, bool may_stop) {
-    if (from == kNoSquare) {
-        from = least_valuable_attacker(pos, side, to, occupancy);
-        if (from == kNoSquare) return 0;
-    }
-    if (piece_type(pos.board[to]) == kKing) return kKingExchangeValue;
-    int value = see_value[piece_type(pos.board[to])];
-    int victim = play_capture(pos, from, to);
-    int result = value - see(pos, side ^ 1, kNoSquare, to, occupancy & ~square_bit(from), true);
-    undo_capture(pos, from, to, victim);
-    return (result >= 0 || !may_stop) ? result : 0;
+int see(const Position& pos, int side, int from, int to, Bitboard occupancy, bool may_stop) {
+    return exchange(pos, side, from, to, piece_type(pos.board[to]), occupancy, 0, may_stop);
 }
 
-bool capture_not_losing(Position& pos, Move move) {
+bool capture_not_losing(const Position& pos, Move move) {
     int from = move_from(move), to = move_to(move);
     int mover = pos.board[from];
     int target = pos.board[to];
@@ -78,21 +83,19 @@ bool capture_not_losing(Position& pos, Move move) {
 
     int side = piece_side(mover);
     Bitboard occupancy = (pos.pieces[0][0] | pos.pieces[1][0]) & ~square_bit(from);
-    play_capture(pos, from, to);
     int loss = 0;
-    int recapturer = least_valuable_attacker(pos, side ^ 1, to, occupancy);
+    int recapturer = least_valuable_attacker(pos, side ^ 1, to, occupancy, square_bit(from));
     if (recapturer != kNoSquare) {
         if (mover_type == kKing) {
             loss = kKingExchangeValue;
         } else {
-            int taken = play_capture(pos, recapturer, to);
-            int gain = see(pos, side, kNoSquare, to, occupancy & ~square_bit(recapturer), true);
-            undo_capture(pos, recapturer, to, taken);
+            const Bitboard used = square_bit(from) | square_bit(recapturer);
+            int gain = exchange(pos, side, kNoSquare, to, piece_type(pos.board[recapturer]),
+                                occupancy & ~square_bit(recapturer), used, true);
             loss = see_value[mover_type] - gain;
             if (loss < 0) loss = 0;
         }
     }
-    undo_capture(pos, from, to, target);
     return see_value[target_type] - loss >= -74;
 }
 

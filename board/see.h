@@ -16,10 +16,10 @@ constexpr int kKingExchangeValue = 9999;
 
 // Value for `side` of capturing on `to` with the piece on `from` (64: the
 // least valuable attacker). may_stop lets `side` decline (result >= 0).
-// kKingExchangeValue when `to` holds a king. The position is restored before returning.
-int see(Position& pos, int side, int from, int to, Bitboard occupancy, bool may_stop);
+// kKingExchangeValue when `to` holds a king.
+int see(const Position& pos, int side, int from, int to, Bitboard occupancy, bool may_stop);
 
 // True when the capture is not judged to lose more than 74 centipawns.
-bool capture_not_losing(Position& pos, Move move);
+bool capture_not_losing(const Position& pos, Move move);
 
 }  // namespace vorn
