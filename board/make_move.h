@@ -33,8 +33,8 @@ bool is_legal(const Position& pos, int side, Move move);
 // king leaves the check standing.
 struct LegalityShortcut {
     Bitboard needs_test;  // from-squares whose moves need the full test
-    bool in_check;        // then every other move needs it too, unless it misses evasions
-    Bitboard evasions;    // in check: the squares such a move must reach
+    bool in_check;        // then a move landing off `evasions` is refused, any other is tested
+    Bitboard evasions;    // in check: where a move not from needs_test must land
 };
 
 LegalityShortcut legality_shortcut(const Position& pos, int side);
