@@ -90,7 +90,7 @@ inline void note_pair(LinearTrace* trace, int side, const int16_t& op, const int
     trace->add(en, side, kPositionalEn, weight);
 }
 
-// Piece values of the threat bookkeeping and of safe_advance.
+// Piece values of the threat bookkeeping.
 constexpr int16_t kThreatValue[7] = {0, 100, 330, 330, 530, 1060, 9999};
 
 void setup_attack_maps(EvalInfo& info);

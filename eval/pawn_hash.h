@@ -34,11 +34,6 @@ void evaluate_pawns(EvalInfo& info, PawnHashEntry* table, bool searching,
 template <bool Traced>
 void evaluate_passers(EvalInfo& info);
 
-// Exchange value for `side` of moving its piece from `from` to `to`, the
-// opponent then replying with least valuable attackers and free to stop. The
-// first move is forced, so the result can be negative.
-int safe_advance(const Position& pos, int side, int from, int to, Bitboard occupancy);
-
 // Per-pawn terms of both sides computed from scratch into `entry`. `booking`
 // is the evaluation that traces its terms (the report's trace or the tuner's
 // linear trace), else null.

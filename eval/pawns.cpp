@@ -1,4 +1,5 @@
 #include "board/attacks.h"
+#include "board/see.h"
 #include "eval/engine_params.h"
 #include "eval/eval_terms.h"
 #include "eval/pawn_hash.h"
@@ -152,45 +153,6 @@ void evaluate_pawns(EvalInfo& info, PawnHashEntry* table, bool searching, uint64
     }
 }
 
-namespace {
-
-// Exchange on `to` after a piece of type `on_to` arrived there: `stm` takes
-// with its least valuable attacker or declines. The pieces already spent are
-// in `gone`: they neither attack again nor block the sliders behind them.
-int exchange_reply(const Bitboard (&sets)[2][7], int stm, int to, Bitboard occupancy, Bitboard gone,
-                   int on_to) {
-    const Bitboard* own = sets[stm];
-    const Bitboard occ = occupancy & ~gone;
-    int type = 0;
-    Bitboard cand = 0, diag = 0, orth = 0;
-    // Each slider ray set is found once and serves the queen as well, and
-    // only when a slider of that kind stands on its lines at all (without
-    // one the set could select nothing).
-    const Bitboard diag_sliders = (own[kBishop] | own[kQueen]) & diagonal_mask[to] & ~gone;
-    const Bitboard orth_sliders = (own[kRook] | own[kQueen]) & orthogonal_mask[to] & ~gone;
-    if ((cand = pawn_attacks[stm ^ 1][to] & own[kPawn] & ~gone)) type = kPawn;
-    else if ((cand = knight_attacks[to] & own[kKnight] & ~gone)) type = kKnight;
-    else if ((cand = (diag = diag_sliders ? bishop_attacks(to, occ) : 0) & own[kBishop] & ~gone)) type = kBishop;
-    else if ((cand = (orth = orth_sliders ? rook_attacks(to, occ) : 0) & own[kRook] & ~gone)) type = kRook;
-    else if ((cand = (diag | orth) & own[kQueen] & ~gone)) type = kQueen;
-    else if ((cand = king_attacks[to] & own[kKing] & ~gone)) type = kKing;
-    if (!type) return 0;
-    if (on_to == kKing) return kThreatValue[kKing];
-    const int value = kThreatValue[on_to] -
-                      exchange_reply(sets, stm ^ 1, to, occupancy, gone | (cand & -cand), type);
-    return value > 0 ? value : 0;
-}
-
-}  // namespace
-
-int safe_advance(const Position& pos, int side, int from, int to, Bitboard occupancy) {
-    const int on_to = piece_type(pos.board[to]);
-    if (on_to == kKing) return kThreatValue[kKing];
-    const int mover = piece_type(pos.board[from]);
-    return kThreatValue[on_to] -
-           exchange_reply(pos.pieces, side ^ 1, to, occupancy, square_bit(from), mover);
-}
-
 template <bool Traced>
 void evaluate_passers(EvalInfo& info) {
     const EngineParams& p = params;
@@ -228,7 +190,7 @@ void evaluate_passers(EvalInfo& info) {
 
         bool blocked_by_enemy = false, advances = false;
         if (pos.board[stop] == 0) {
-            if (safe_advance(pos, s, sq, stop, info.occupancy) >= 0) {
+            if (see(pos, s, sq, stop, info.occupancy, false) >= 0) {
                 advances = true;
                 base += p.ppawnx[r];
                 int v = kPasserThreatBase[r];
