@@ -26,6 +26,24 @@ MoveEntry* best_entry(MoveEntry* entry, const MoveEntry* end) {
     return best;
 }
 
+// The same when no entry scores above `bound` and those before `ties` score
+// below it: the first entry at the bound from `ties` on is then the best, and
+// only when there is none does the part before `ties` need a look.
+MoveEntry* best_entry(MoveEntry* entry, MoveEntry* ties, const MoveEntry* end, int bound) {
+    if (ties == end) return best_entry(entry, end);
+    MoveEntry* best = ties;
+    int best_score = ties->score;
+    MoveEntry* e = ties + 1;
+    for (; e + 1 < end && best_score != bound; e += 2) {
+        if (e[0].score > best_score) best = e, best_score = e[0].score;
+        if (e[1].score > best_score) best = e + 1, best_score = e[1].score;
+    }
+    if (e < end && e->score > best_score) best = e;
+    if (best_score == bound || entry == ties) return best;
+    MoveEntry* before = best_entry(entry, ties);
+    return before->score >= best->score ? before : best;
+}
+
 void bring_to_front(MoveEntry* front, MoveEntry* best) {
     if (best != front) {
         MoveEntry t = *front;
@@ -177,6 +195,8 @@ MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check) {
                 MoveEntry* end = gen_quiet_moves(pos, side, begin);
                 end_move_list(td, ply, end);
                 score_quiets(td, pos, ss, begin, end, in_check);
+                // No bound known yet: the first choice scans the whole list.
+                ss.pick_ties = static_cast<int16_t>(end - ss.move_list);
                 ss.stage = STAGE_QUIETS_AND_LOSING_CAPTURES;
                 break;
             }
@@ -185,7 +205,10 @@ MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check) {
                     ss.stage = STAGE_DONE;
                     return nullptr;
                 }
-                pick_best(ss.next, ss.list_end);
+                MoveEntry* best = best_entry(ss.next, ss.move_list + ss.pick_ties, ss.list_end, ss.pick_bound);
+                ss.pick_ties = static_cast<int16_t>(best + 1 - ss.move_list);
+                ss.pick_bound = best->score;
+                bring_to_front(ss.next, best);
                 MoveEntry* e = ss.next++;
                 if (e->score < kSortedQuietFloor || ss.legal_moves > kSortedLegalMoves)
                     ss.stage = STAGE_REMAINING;

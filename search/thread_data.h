@@ -76,6 +76,11 @@ struct SearchStackEntry {
     uint16_t killer1, killer2;
     uint16_t killer_evasion;
     uint8_t stage;
+    // What the picker's last choice among the quiet moves proved: no entry
+    // left scores above pick_bound, and those before move_list + pick_ties
+    // score below it.
+    int16_t pick_bound;
+    int16_t pick_ties;
     MoveEntry* move_list;   // start of this ply's list in the move buffer (see end_move_list)
     MoveEntry* list_end;    // the end mark of the list as generated so far
     MoveEntry* next;        // next list entry the picker looks at
