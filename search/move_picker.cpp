@@ -66,12 +66,6 @@ constexpr int kGoodCaptureThreshold = 180;
 constexpr int kSortedLegalMoves = 15;
 constexpr int kSortedQuietFloor = 4;
 
-// A move equal to the hash move was tried first already, unless that
-// attempt found it illegal (no legal move counted yet).
-inline bool repeats_hash_move(const SearchStackEntry& ss, const MoveEntry* e) {
-    return e->move == ss.hash_move && ss.legal_moves > 0;
-}
-
 uint16_t counter_move_for(const ThreadData& td, const Position& pos) {
     Move last = td.last_move;
     if (!last) return 0;
@@ -146,7 +140,7 @@ void pick_best(MoveEntry* entry) {
     pick_best(entry, end);
 }
 
-MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check) {
+MoveEntry* next_move_staged(ThreadData& td, Position& pos, int ply, bool in_check) {
     SearchStackEntry& ss = td.stack[ply];
     int side = pos.side_to_move;
     for (;;) {

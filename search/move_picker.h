@@ -8,10 +8,9 @@
 
 #include "board/position.h"
 #include "board/types.h"
+#include "search/thread_data.h"
 
 namespace vorn {
-
-struct ThreadData;
 
 // Ordering values of captured piece types (none, pawn .. king) and of
 // capturing piece types (index = type; pawn 1 .. king 6).
@@ -24,12 +23,28 @@ inline int capture_order(const MoveEntry& e) {
     return kVictimValue[piece_type(e.victim)] - kAttackerValue[piece_type(e.mover)];
 }
 
+// A move equal to the hash move was tried first already, unless that
+// attempt found it illegal (no legal move counted yet).
+inline bool repeats_hash_move(const SearchStackEntry& ss, const MoveEntry* e) {
+    return e->move == ss.hash_move && ss.legal_moves > 0;
+}
+
+// next_move for every stage, the end of the list included.
+MoveEntry* next_move_staged(ThreadData& td, Position& pos, int ply, bool in_check);
+
 // Next move of the node at `ply` (whose stack entry keeps the stage), or
 // null when exhausted: the hash move, the captures that pass the exchange
 // test best first, then the quiet moves and the losing captures together
 // best first, and the tail of those in list order. The lists live in the
 // thread's move buffer (end_move_list). Legality is the caller's test.
-MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check);
+// The tail, which needs no choosing and is where most calls land, is handed
+// out here without a call.
+inline MoveEntry* next_move(ThreadData& td, Position& pos, int ply, bool in_check) {
+    SearchStackEntry& ss = td.stack[ply];
+    if (ss.stage == STAGE_REMAINING && ss.next->move != kMoveListEnd && !repeats_hash_move(ss, ss.next))
+        return ss.next++;
+    return next_move_staged(td, pos, ply, in_check);
+}
 
 // Swaps the highest-scored entry from `entry` to the end mark into `entry`;
 // the earliest wins ties.
