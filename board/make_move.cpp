@@ -398,21 +398,25 @@ Bitboard evasion_squares(const Position& pos, int side, int king, Bitboard occup
     return evasions;
 }
 
-}  // namespace
-
-LegalityShortcut legality_shortcut(const Position& pos, int side) {
-    int king = pos.piece_list[side][kKing][0];
-    return legality_shortcut(pos, side,
-                             attacked_with(pos, king, side ^ 1, pos.pieces[0][0] | pos.pieces[1][0], 0));
-}
-
-LegalityShortcut legality_shortcut(const Position& pos, int side, bool side_in_check) {
-    int king = pos.piece_list[side][kKing][0];
-    Bitboard occupancy = pos.pieces[0][0] | pos.pieces[1][0];
+inline LegalityShortcut shortcut_for(const Position& pos, int side, int king, Bitboard occupancy,
+                                     bool side_in_check) {
     // In check every move that may answer it takes the full test anyway, so
     // the pins are not looked for.
     if (side_in_check) return {pos.pieces[side][kKing], true, evasion_squares(pos, side, king, occupancy)};
     return {needing_full_test(pos, side, king, occupancy), false, ~Bitboard(0)};
+}
+
+}  // namespace
+
+LegalityShortcut legality_shortcut(const Position& pos, int side) {
+    const int king = pos.piece_list[side][kKing][0];
+    const Bitboard occupancy = pos.pieces[0][0] | pos.pieces[1][0];
+    return shortcut_for(pos, side, king, occupancy, attacked_with(pos, king, side ^ 1, occupancy, 0));
+}
+
+LegalityShortcut legality_shortcut(const Position& pos, int side, bool side_in_check) {
+    const int king = pos.piece_list[side][kKing][0];
+    return shortcut_for(pos, side, king, pos.pieces[0][0] | pos.pieces[1][0], side_in_check);
 }
 
 }  // namespace vorn
