@@ -81,21 +81,11 @@ bool capture_not_losing(const Position& pos, Move move) {
     int mover_type = piece_type(mover), target_type = piece_type(target);
     if (capture_rank[mover_type] <= capture_rank[target_type] || target_type == kKing) return true;
 
-    int side = piece_side(mover);
-    Bitboard occupancy = (pos.pieces[0][0] | pos.pieces[1][0]) & ~square_bit(from);
-    int loss = 0;
-    int recapturer = least_valuable_attacker(pos, side ^ 1, to, occupancy, square_bit(from));
-    if (recapturer != kNoSquare) {
-        if (mover_type == kKing) {
-            loss = kKingExchangeValue;
-        } else {
-            const Bitboard used = square_bit(from) | square_bit(recapturer);
-            int gain = exchange(pos, side, kNoSquare, to, piece_type(pos.board[recapturer]),
-                                occupancy & ~square_bit(recapturer), used, true);
-            loss = see_value[mover_type] - gain;
-            if (loss < 0) loss = 0;
-        }
-    }
+    // What the opponent wins back on `to` from the capturing piece, free to
+    // stop as soon as going on would lose.
+    const Bitboard occupancy = (pos.pieces[0][0] | pos.pieces[1][0]) & ~square_bit(from);
+    const int loss = exchange(pos, piece_side(mover) ^ 1, kNoSquare, to, mover_type, occupancy,
+                              square_bit(from), true);
     return see_value[target_type] - loss >= -74;
 }
 

@@ -96,7 +96,7 @@ void score_captures(MoveEntry* begin, MoveEntry* end, Move last_move) {
 // comes there instead, as the plain scan would bring it. A capture that fails
 // drops to its losing score where it stands, so the list ends up ordered and
 // arranged exactly as if every capture had been tested up front.
-void pick_best_capture(Position& pos, MoveEntry* next, const MoveEntry* end) {
+void pick_best_capture(const Position& pos, MoveEntry* next, const MoveEntry* end) {
     for (;;) {
         MoveEntry* best = best_entry(next, end);
         if (best->score <= kGoodCaptureThreshold || capture_not_losing(pos, best->move)) {
