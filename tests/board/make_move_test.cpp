@@ -42,8 +42,8 @@ TEST_F(MakeMoveTest, StateAfterMovesAndNullMoves) {
 // Plays seeded random legal games, checking at every step that make/unmake
 // restores every field, that incremental keys match a recomputation, that
 // is_legal (and its per-position shortcut) agrees with making the move,
-// and gives_check with the result (its shortcut with it everywhere). Castling rights and their loss are the
-// perft totals' to check.
+// and gives_check (and its per-node shortcut) with the result. Castling
+// rights and their loss are the perft totals' to check.
 TEST_F(MakeMoveTest, RandomGamesRoundTrip) {
     const char* starts[] = {kStartFen, kKiwipeteFen, "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1",
                             "n1n5/PPPk4/8/8/8/8/4Kppp/5N1N b - - 0 1",
